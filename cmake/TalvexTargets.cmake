@@ -1,0 +1,42 @@
+# Declarative helpers, one per kind of target (after Abseil's absl_cc_library / absl_cc_test).
+include_guard(GLOBAL)
+
+set(TALVEX_WARNINGS -Wall -Wextra -Werror -Wno-unused-parameter)
+
+# talvex_cc_library(NAME n [SHARED] SRCS ... [DEPS ...] [PUBLIC_INCLUDES ...] [PRIVATE_INCLUDES ...])
+function(talvex_cc_library)
+    cmake_parse_arguments(A "SHARED" "NAME" "SRCS;DEPS;PUBLIC_INCLUDES;PRIVATE_INCLUDES" ${ARGN})
+    if(A_SHARED)
+        add_library(${A_NAME} SHARED ${A_SRCS})
+    else()
+        add_library(${A_NAME} STATIC ${A_SRCS})
+        set_target_properties(${A_NAME} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+    endif()
+    target_compile_options(${A_NAME} PRIVATE ${TALVEX_WARNINGS})
+    target_include_directories(${A_NAME} PUBLIC ${A_PUBLIC_INCLUDES} PRIVATE ${A_PRIVATE_INCLUDES})
+    target_link_libraries(${A_NAME} PUBLIC ${A_DEPS})
+endfunction()
+
+# talvex_cc_test(NAME n SRCS ... [DEPS ...]): a GoogleTest binary whose cases ctest runs one by one.
+function(talvex_cc_test)
+    if(NOT BUILD_TESTING)
+        return()
+    endif()
+    cmake_parse_arguments(A "" "NAME" "SRCS;DEPS" ${ARGN})
+    add_executable(${A_NAME} ${A_SRCS})
+    target_compile_options(${A_NAME} PRIVATE ${TALVEX_WARNINGS})
+    target_link_libraries(${A_NAME} PRIVATE ${A_DEPS} GTest::gtest_main GTest::gmock)
+    gtest_discover_tests(${A_NAME} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+endfunction()
+
+# talvex_cc_benchmark(NAME n SRCS ... [DEPS ...]): a Google Benchmark binary; ctest runs it once
+# in functional mode (one tiny repetition) so benchmarks never rot.
+function(talvex_cc_benchmark)
+    cmake_parse_arguments(A "" "NAME" "SRCS;DEPS" ${ARGN})
+    add_executable(${A_NAME} ${A_SRCS})
+    target_compile_options(${A_NAME} PRIVATE ${TALVEX_WARNINGS})
+    target_link_libraries(${A_NAME} PRIVATE ${A_DEPS} benchmark::benchmark)
+    if(BUILD_TESTING)
+        add_test(NAME ${A_NAME}.smoke COMMAND ${A_NAME} --benchmark_min_time=0.001)
+    endif()
+endfunction()

@@ -1,0 +1,18 @@
+// Host libcutils: property_get on top of libbase's in-process property store, so a property set
+// with android::base::SetProperty is seen by both APIs, as on a device.
+#include <cutils/properties.h>
+
+#include <android-base/properties.h>
+
+#include <cstring>
+#include <string>
+
+extern "C" int property_get(const char* key, char* value, const char* default_value) {
+    std::string found = key ? android::base::GetProperty(key, "") : "";
+    if (found.empty() && default_value != nullptr) found = default_value;
+    // As on a device, the value is cut to PROPERTY_VALUE_MAX - 1 characters.
+    const size_t length = std::min(found.size(), static_cast<size_t>(PROPERTY_VALUE_MAX - 1));
+    std::memcpy(value, found.data(), length);
+    value[length] = '\0';
+    return static_cast<int>(length);
+}
