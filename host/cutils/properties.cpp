@@ -1,8 +1,7 @@
 // Host libcutils: property_get on top of libbase's in-process property store, so a property set
 // with android::base::SetProperty is seen by both APIs, as on a device.
-#include <cutils/properties.h>
-
 #include <android-base/properties.h>
+#include <cutils/properties.h>
 
 #include <cstring>
 #include <string>

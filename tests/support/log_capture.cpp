@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cstdio>
 
 namespace talvex::test {
 namespace {
@@ -13,7 +14,18 @@ std::atomic<LogCapture*> gActive{nullptr};
 // Stands in while no capture is active, so lines never reach a destroyed capture.
 void discard(const struct __android_logger_data*, const char*) {}
 
+void toStderr(const struct __android_logger_data* data, const char* message) {
+    fprintf(stderr, "%d %s\n", data->priority, message ? message : "");
+}
+
 }  // namespace
+
+void logToStderrThroughExit() {
+    android::base::SetLogger(android::base::StderrLogger);
+    android::base::SetMinimumLogSeverity(android::base::VERBOSE);
+    __android_log_set_logger(&toStderr);
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+}
 
 LogCapture::LogCapture() {
     // libbase's logger must forward to liblog, so that the sink below sees LOG() lines too.
@@ -33,8 +45,7 @@ void LogCapture::sink(const struct __android_logger_data* data, const char* mess
     LogCapture* self = gActive.load();
     if (self == nullptr) return;
     std::lock_guard<std::mutex> lock(self->mMutex);
-    self->mLines.push_back(
-            {data->priority, data->tag ? data->tag : "", message ? message : ""});
+    self->mLines.push_back({data->priority, data->tag ? data->tag : "", message ? message : ""});
 }
 
 std::vector<LogLine> LogCapture::lines() const {

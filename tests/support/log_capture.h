@@ -41,4 +41,8 @@ private:
     std::vector<LogLine> mLines;
 };
 
+// Sends every later line to stderr, one per line, as "<priority> <text>", and keeps doing so
+// through the process's exit: for own-process cases that check what is logged at unload.
+void logToStderrThroughExit();
+
 }  // namespace talvex::test

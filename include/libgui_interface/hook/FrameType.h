@@ -35,18 +35,18 @@ struct FrameStartStatus {
 // Returns the enumerator's name for 0 to 11, else the signed decimal value ("12", "-3").
 inline std::string frameTypeName(FrameType type) {
     static constexpr std::string_view kNames[] = {
-            "onFrameAvailable",
-            "acquireNextBuffer",
-            "acquireAndReleaseBuffer",
-            "onTransactionCompletedCommit",
-            "onTransactionCompletedComplete",
-            "transactionCallback",
-            "transactionCommittedCallback",
-            "releaseBufferCallback",
-            "FakeReleaseCallback",
-            "releaseBufferBBQ",
-            "syncNextTransaction",
-            "apply",
+        "onFrameAvailable",
+        "acquireNextBuffer",
+        "acquireAndReleaseBuffer",
+        "onTransactionCompletedCommit",
+        "onTransactionCompletedComplete",
+        "transactionCallback",
+        "transactionCommittedCallback",
+        "releaseBufferCallback",
+        "FakeReleaseCallback",
+        "releaseBufferBBQ",
+        "syncNextTransaction",
+        "apply",
     };
     const int value = static_cast<int>(type);
     if (value >= 0 && value < static_cast<int>(std::size(kNames))) {

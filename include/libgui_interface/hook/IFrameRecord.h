@@ -1,12 +1,12 @@
 #pragma once
 
-#include <functional>
-#include <string>
-#include <unordered_map>
-
 #include <libgui_interface/hook/FrameType.h>
 #include <libgui_interface/hook/export.h>
 #include <utils/StrongPointer.h>
+
+#include <functional>
+#include <string>
+#include <unordered_map>
 
 namespace android {
 class IBinder;

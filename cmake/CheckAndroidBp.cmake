@@ -1,0 +1,23 @@
+# Fails when Android.bp and CMake's library sources drift apart. Run with
+#   cmake -DSOURCE_DIR=... -DSOURCES="a.cpp;b.cpp" -P CheckAndroidBp.cmake
+# A host-side platform seam (*_host.cpp) must have its device twin (*_android.cpp) in Android.bp.
+file(READ ${SOURCE_DIR}/Android.bp bp)
+set(errors "")
+foreach(src ${SOURCES})
+    string(REPLACE "_host.cpp" "_android.cpp" device_src ${src})
+    string(FIND "${bp}" "\"${device_src}\"" at)
+    if(at EQUAL -1)
+        string(APPEND errors "  Android.bp lacks ${device_src}\n")
+    endif()
+endforeach()
+string(REGEX MATCHALL "\"[A-Za-z0-9_/.]+\\.cpp\"" listed "${bp}")
+foreach(quoted ${listed})
+    string(REPLACE "\"" "" path ${quoted})
+    if(NOT EXISTS ${SOURCE_DIR}/${path})
+        string(APPEND errors "  Android.bp lists ${path}, which does not exist\n")
+    endif()
+endforeach()
+if(errors)
+    message(FATAL_ERROR "Android.bp is out of step with CMakeLists.txt:\n${errors}")
+endif()
+message(STATUS "Android.bp lists every library source")

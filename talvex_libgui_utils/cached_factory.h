@@ -1,0 +1,27 @@
+#pragma once
+
+#include <android-base/logging.h>
+
+#include "talvex_libgui_utils/libgui_ext_interface.h"
+#include "talvex_libgui_utils/pointer_text.h"
+
+namespace android::libgui_interface::hook {
+
+// The factory algorithm shared by the frame record and the buffer-queue helper (Part 1.2):
+// loads the vendor library, then fills `cache` once with the registered class or the static
+// fallback, logging which under `factoryName`. Returns `cache`.
+template <typename Interface, typename Fallback>
+Interface* createCachedInstance(Interface*& cache, const char* className, const char* factoryName) {
+    ensure_hook_module_init();
+    if (cache != nullptr) return cache;
+    if (void* created = newInstance(className); created != nullptr) {
+        cache = static_cast<Interface*>(created);
+        LOG(INFO) << factoryName << " success, get instance " << PointerText{cache};
+    } else {
+        cache = Fallback::getInstance();
+        LOG(INFO) << factoryName << " failed, get default instance " << PointerText{cache};
+    }
+    return cache;
+}
+
+}  // namespace android::libgui_interface::hook

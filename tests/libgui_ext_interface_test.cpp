@@ -1,0 +1,232 @@
+// Part 1.1: class registry and vendor library loading.
+#include "talvex_libgui_utils/libgui_ext_interface.h"
+
+#include <dlfcn.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <libgui_interface/hook/IBufferQueueHelper.h>
+#include <libgui_interface/hook/IFrameRecord.h>
+
+#include "support/log_capture.h"
+#include "support/own_process.h"
+#include "support/text.h"
+
+namespace android::libgui_interface::hook {
+namespace {
+
+using talvex::test::LogCapture;
+using talvex::test::pointerText;
+using ::testing::ElementsAre;
+
+void* factoryA() {
+    static int a;
+    return &a;
+}
+void* factoryB() {
+    static int b;
+    return &b;
+}
+
+std::vector<std::string> registryKeys() {
+    std::vector<std::string> keys;
+    for (const auto& [name, factory] : HOOK_REGISTER_MAP) keys.push_back(name);
+    return keys;
+}
+
+std::string initLine() {
+    return "hook_module_init libgui_talvex_utils.so over, map size:" +
+           std::to_string(HOOK_REGISTER_MAP.size()) +
+           ", library handle:" + pointerText(libgui_ext_handle);
+}
+
+TEST(Registry, RegisterAddsAnEntry) {
+    HookRegisterMap map;
+    registerClass(map, "A", &factoryA);
+    ASSERT_EQ(1u, map.size());
+    EXPECT_EQ(&factoryA, map.at("A"));
+}
+
+TEST(Registry, RegisteringTwiceKeepsOneEntryWithTheSecondFactory) {
+    HookRegisterMap map;
+    registerClass(map, "A", &factoryA);
+    registerClass(map, "A", &factoryB);
+    ASSERT_EQ(1u, map.size());
+    EXPECT_EQ(&factoryB, map.at("A"));
+}
+
+TEST(Registry, UnknownNameGivesNullAndOneErrorLine) {
+    LogCapture logs;
+    const auto before = registryKeys();
+    EXPECT_EQ(nullptr, newInstance("NoSuchClass"));
+    const auto lines = logs.lines();
+    ASSERT_EQ(1u, lines.size());
+    EXPECT_EQ(ANDROID_LOG_ERROR, lines[0].priority);
+    EXPECT_EQ("Can not find NoSuchClass at HOOK_REGISTER_MAP", lines[0].text);
+    EXPECT_EQ(before, registryKeys());
+}
+
+TEST(Loader, FirstLoadRunsTheVendorEntry) {
+    EXPECT_IN_OWN_PROCESS({
+        LogCapture logs;
+        ASSERT_EQ(nullptr, libgui_ext_handle);
+        ASSERT_TRUE(HOOK_REGISTER_MAP.empty());
+        EXPECT_EQ(0, hook_module_init());
+        ASSERT_NE(nullptr, libgui_ext_handle);
+        EXPECT_THAT(registryKeys(), ElementsAre("TalvexFrameRecord", "TalvexTestExample"));
+        const auto lines = logs.lines();
+        ASSERT_EQ(1u, lines.size());
+        EXPECT_EQ(ANDROID_LOG_INFO, lines[0].priority);
+        EXPECT_EQ(initLine(), lines[0].text);
+        EXPECT_EQ("hook_module_init libgui_talvex_utils.so over, map size:2, library handle:" +
+                      pointerText(libgui_ext_handle),
+                  lines[0].text);
+    });
+}
+
+TEST(Loader, InitWhileLoadedOnlySaysSoAndDoesNotRegisterAgain) {
+    EXPECT_IN_OWN_PROCESS({
+        ensure_hook_module_init();
+        registerClass(HOOK_REGISTER_MAP, "TalvexTestExample", &factoryA);
+        LogCapture logs;
+        EXPECT_EQ(0, hook_module_init());
+        EXPECT_THAT(logs.texts(), ElementsAre("Library libgui_talvex_utils.so have been open"));
+        EXPECT_EQ(ANDROID_LOG_INFO, logs.lines()[0].priority);
+        EXPECT_EQ(&factoryA, HOOK_REGISTER_MAP.at("TalvexTestExample"));
+    });
+}
+
+TEST(Loader, EnsureLoadsOnlyOnce) {
+    EXPECT_IN_OWN_PROCESS({
+        LogCapture logs;
+        ensure_hook_module_init();
+        void* handle = libgui_ext_handle;
+        ensure_hook_module_init();
+        EXPECT_EQ(handle, libgui_ext_handle);
+        EXPECT_EQ(1u, logs.lines().size());
+    });
+}
+
+TEST(Loader, ExitWithNothingOpenLogsANullHandle) {
+    EXPECT_IN_OWN_PROCESS({
+        LogCapture logs;
+        hook_module_exit();
+        EXPECT_EQ(nullptr, libgui_ext_handle);
+        EXPECT_THAT(logs.texts(),
+                    ElementsAre("hook_module_exit libgui_talvex_utils.so over, handle:0x0"));
+        EXPECT_EQ(ANDROID_LOG_INFO, logs.lines()[0].priority);
+    });
+}
+
+TEST(Loader, ExitThenInitLoadsAgainOverTheOldEntries) {
+    EXPECT_IN_OWN_PROCESS({
+        ensure_hook_module_init();
+        void* first = libgui_ext_handle;
+        const size_t size = HOOK_REGISTER_MAP.size();
+        registerClass(HOOK_REGISTER_MAP, "TalvexTestExample", &factoryA);
+        LogCapture logs;
+        hook_module_exit();
+        EXPECT_EQ(nullptr, libgui_ext_handle);
+        EXPECT_EQ(size, HOOK_REGISTER_MAP.size()) << "the registry is not cleared";
+        ensure_hook_module_init();
+        ASSERT_NE(nullptr, libgui_ext_handle);
+        EXPECT_EQ(size, HOOK_REGISTER_MAP.size());
+        EXPECT_NE(&factoryA, HOOK_REGISTER_MAP.at("TalvexTestExample"));
+        EXPECT_THAT(
+            logs.texts(),
+            ElementsAre("hook_module_exit libgui_talvex_utils.so over, handle:" + pointerText(first),
+                        initLine()));
+    });
+}
+
+TEST(Loader, MissingLibraryIsTriedAgainByEveryGetterThatReachesTheLoader) {
+    EXPECT_IN_OWN_PROCESS({
+        libgui_ext_name = "libgui_talvex_missing.so";
+        ASSERT_EQ(nullptr, dlopen("libgui_talvex_missing.so", RTLD_LAZY));
+        const std::string openError =
+            std::string("ERROR: Can not open libgui_talvex_missing.so, ") + dlerror();
+        LogCapture logs;
+
+        IFrameRecord* record = getFrameRecordIns();
+        EXPECT_EQ(nullptr, libgui_ext_handle);
+        EXPECT_EQ(1, hook_module_init());
+        IBufferQueueHelper* helper = getBufferQueueHelper();
+        EXPECT_EQ(record, getFrameRecordIns());               // cached: does not reach the loader
+        EXPECT_EQ(record, createTalvexFrameRecordFactory());  // reaches it every time
+
+        EXPECT_THAT(
+            logs.texts(),
+            ElementsAre(
+                openError, "Can not find TalvexFrameRecord at HOOK_REGISTER_MAP",
+                "create DefaultTalvexFrameRecord, this " + pointerText(record),
+                "createTalvexFrameRecordFactory failed, get default instance " + pointerText(record),
+                openError, openError, "Can not find TalvexBufferQueueHelper at HOOK_REGISTER_MAP",
+                "create DefaultTalvexBufferQueueHelper, this " + pointerText(helper),
+                "createTalvexBufferQueueHelperFactory failed, get default "
+                "instance " +
+                    pointerText(helper),
+                openError));
+        EXPECT_EQ(ANDROID_LOG_ERROR, logs.lines()[0].priority);
+    });
+}
+
+TEST(Loader, LibraryWithoutTheEntryStaysOpenAndIsNotTriedAgain) {
+    EXPECT_IN_OWN_PROCESS({
+        libgui_ext_name = TALVEX_NO_ENTRY_LIBRARY;
+        void* probe = dlopen(TALVEX_NO_ENTRY_LIBRARY, RTLD_LAZY);
+        ASSERT_NE(nullptr, probe);
+        ASSERT_EQ(nullptr, dlsym(probe, "talvex_libgui_vendor_hook_init"));
+        const std::string symbolError =
+            std::string("ERROR: Can not load symbol vendor_hook_init: ") + dlerror();
+        LogCapture logs;
+
+        IFrameRecord* record = getFrameRecordIns();
+        EXPECT_EQ(probe, libgui_ext_handle) << "the handle is kept";
+        IBufferQueueHelper* helper = getBufferQueueHelper();
+        EXPECT_TRUE(HOOK_REGISTER_MAP.empty());
+
+        EXPECT_THAT(logs.texts(),
+                    ElementsAre(symbolError, "Can not find TalvexFrameRecord at HOOK_REGISTER_MAP",
+                                "create DefaultTalvexFrameRecord, this " + pointerText(record),
+                                "createTalvexFrameRecordFactory failed, get default instance " +
+                                    pointerText(record),
+                                "Can not find TalvexBufferQueueHelper at HOOK_REGISTER_MAP",
+                                "create DefaultTalvexBufferQueueHelper, this " + pointerText(helper),
+                                "createTalvexBufferQueueHelperFactory failed, get default "
+                                "instance " +
+                                    pointerText(helper)));
+        EXPECT_EQ(ANDROID_LOG_ERROR, logs.lines()[0].priority);
+    });
+}
+
+// Unload is process exit: the library holds a reference to itself. The exit line must come after
+// the static fallbacks' lines and read the (heap-held, on libstdc++) name after its destruction.
+TEST(Unload, ProcessExitLogsFallbacksThenTheExitLine) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            talvex::test::logToStderrThroughExit();
+            libgui_ext_name = "libgui_talvex_missing.so";
+            getFrameRecordIns();
+            getBufferQueueHelper();
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0),
+        "4 destory ~DefaultTalvexBufferQueueHelper, this 0x[0-9a-f]+\n"
+        "4 destory ~DefaultTalvexFrameRecord, this 0x[0-9a-f]+\n"
+        "4 hook_module_exit libgui_talvex_missing\\.so over, handle:0x0\n");
+}
+
+TEST(Unload, ProcessExitClosesTheLoadedLibrary) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            talvex::test::logToStderrThroughExit();
+            ensure_hook_module_init();
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0),
+        "4 hook_module_exit libgui_talvex_utils\\.so over, handle:0x[0-9a-f]+\n");
+}
+
+}  // namespace
+}  // namespace android::libgui_interface::hook

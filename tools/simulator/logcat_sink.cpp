@@ -1,0 +1,44 @@
+#include "logcat_sink.h"
+
+#include <android-base/logging.h>
+#include <android/log.h>
+#include <sys/syscall.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <ctime>
+
+namespace talvex::simulator {
+namespace {
+
+FILE* gOut = stdout;
+
+char priorityLetter(int priority) {
+    static constexpr char kLetters[] = "??VDIWEF";
+    return priority >= 0 && priority < 8 ? kLetters[priority] : '?';
+}
+
+void writeLine(const struct __android_logger_data* data, const char* message) {
+    timeval now;
+    gettimeofday(&now, nullptr);
+    tm local;
+    localtime_r(&now.tv_sec, &local);
+    char stamp[32];
+    strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &local);
+    fprintf(gOut, "%s.%03ld %5d %5ld %c %s: %s\n", stamp, static_cast<long>(now.tv_usec / 1000),
+            getpid(), static_cast<long>(syscall(SYS_gettid)), priorityLetter(data->priority),
+            data->tag ? data->tag : "", message ? message : "");
+    fflush(gOut);
+}
+
+}  // namespace
+
+void logToLogcatFormat(FILE* out) {
+    gOut = out;
+    android::base::SetLogger(android::base::StderrLogger);  // libbase forwards to liblog
+    android::base::SetMinimumLogSeverity(android::base::VERBOSE);
+    __android_log_set_logger(&writeLine);
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+}
+
+}  // namespace talvex::simulator

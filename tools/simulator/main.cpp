@@ -1,0 +1,5 @@
+#include "simulator.h"
+
+int main(int argc, char** argv) {
+    return talvex::simulator::runSimulator(argc, argv, stdout);
+}
