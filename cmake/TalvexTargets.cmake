@@ -26,7 +26,8 @@ function(talvex_cc_test)
     add_executable(${A_NAME} ${A_SRCS})
     target_compile_options(${A_NAME} PRIVATE ${TALVEX_WARNINGS})
     target_link_libraries(${A_NAME} PRIVATE ${A_DEPS} GTest::gtest_main GTest::gmock)
-    gtest_discover_tests(${A_NAME} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 120)
+    gtest_discover_tests(${A_NAME} TEST_PREFIX "${A_NAME}." DISCOVERY_TIMEOUT 60
+                         PROPERTIES TIMEOUT 120)
 endfunction()
 
 # talvex_cc_benchmark(NAME n SRCS ... [DEPS ...]): a Google Benchmark binary; ctest runs it once
