@@ -1,0 +1,107 @@
+#define LOG_TAG "SurfaceControl"
+
+#include <gui/SurfaceComposerClient.h>
+#include <gui/SurfaceControl.h>
+
+namespace android {
+
+SurfaceControl::SurfaceControl(const sp<SurfaceComposerClient>& client, const sp<IBinder>& handle,
+                               int32_t layerId, const std::string& layerName, uint32_t width,
+                               uint32_t height, PixelFormat format, uint32_t transform,
+                               uint32_t flags)
+    : mClient(client),
+      mHandle(handle),
+      mLayerId(layerId),
+      mName(layerName),
+      mTransformHint(transform),
+      mWidth(width),
+      mHeight(height),
+      mFormat(format),
+      mCreateFlags(flags) {}
+
+SurfaceControl::SurfaceControl(const sp<SurfaceControl>& other)
+    : mClient(other->mClient),
+      mHandle(other->mHandle),
+      mBbqChild(other->mBbqChild),
+      mLayerId(other->mLayerId),
+      mName(other->mName),
+      mTransformHint(other->mTransformHint),
+      mWidth(other->mWidth),
+      mHeight(other->mHeight),
+      mFormat(other->mFormat),
+      mCreateFlags(other->mCreateFlags) {}
+
+SurfaceControl::~SurfaceControl() = default;
+
+bool SurfaceControl::isSameSurface(const sp<SurfaceControl>& lhs, const sp<SurfaceControl>& rhs) {
+    if (lhs == nullptr || rhs == nullptr) return false;
+    return lhs->getHandle() == rhs->getHandle();
+}
+
+sp<IBinder> SurfaceControl::getHandle() const {
+    Mutex::Autolock lock(mLock);
+    return mHandle;
+}
+
+sp<IBinder> SurfaceControl::getLayerStateHandle() const {
+    sp<SurfaceControl> child;
+    {
+        Mutex::Autolock lock(mLock);
+        child = mBbqChild;
+    }
+    return child != nullptr ? child->getHandle() : getHandle();
+}
+
+int32_t SurfaceControl::getLayerId() const {
+    return mLayerId;
+}
+
+const std::string& SurfaceControl::getName() const {
+    return mName;
+}
+
+sp<SurfaceComposerClient> SurfaceControl::getClient() const {
+    Mutex::Autolock lock(mLock);
+    return mClient;
+}
+
+uint32_t SurfaceControl::getTransformHint() const {
+    Mutex::Autolock lock(mLock);
+    return mTransformHint;
+}
+
+void SurfaceControl::setTransformHint(uint32_t hint) {
+    Mutex::Autolock lock(mLock);
+    mTransformHint = hint;
+}
+
+void SurfaceControl::updateDefaultBufferSize(uint32_t width, uint32_t height) {
+    Mutex::Autolock lock(mLock);
+    mWidth = width;
+    mHeight = height;
+}
+
+void SurfaceControl::hostSetBbqChild(const sp<SurfaceControl>& child) {
+    Mutex::Autolock lock(mLock);
+    mBbqChild = child;
+}
+
+uint32_t SurfaceControl::hostWidth() const {
+    Mutex::Autolock lock(mLock);
+    return mWidth;
+}
+
+uint32_t SurfaceControl::hostHeight() const {
+    Mutex::Autolock lock(mLock);
+    return mHeight;
+}
+
+PixelFormat SurfaceControl::hostFormat() const {
+    return mFormat;
+}
+
+uint32_t SurfaceControl::hostCreateFlags() const {
+    return mCreateFlags;
+}
+
+}  // namespace android

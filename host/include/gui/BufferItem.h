@@ -1,0 +1,47 @@
+// Host model of AOSP libgui's gui/BufferItem.h (Android 14/15): one queued buffer as the
+// consumer sees it. All fields public, as in AOSP; parcelling and crop/dataspace omitted.
+#pragma once
+
+#include <stdint.h>
+#include <ui/Fence.h>
+#include <ui/GraphicBuffer.h>
+#include <utils/StrongPointer.h>
+
+namespace android {
+
+class BufferItem {
+public:
+    enum { INVALID_BUFFER_SLOT = -1 };
+
+    BufferItem();
+    ~BufferItem();
+    BufferItem(const BufferItem&) = default;
+    BufferItem& operator=(const BufferItem&) = default;
+
+    static const char* scalingModeName(uint32_t scalingMode);
+
+    // The buffer, or null if the consumer already holds it from an earlier acquire.
+    sp<GraphicBuffer> mGraphicBuffer;
+    // The fence to wait on before reading the buffer.
+    sp<Fence> mFence;
+    uint32_t mTransform;
+    uint32_t mScalingMode;
+    // When the producer queued the buffer, in ns of the monotonic clock.
+    int64_t mTimestamp;
+    bool mIsAutoTimestamp;
+    uint64_t mFrameNumber;
+    // The slot of the buffer, or INVALID_BUFFER_SLOT.
+    int mSlot;
+    // Whether a later queued buffer may replace this one (async mode).
+    bool mIsDroppable;
+    bool mAcquireCalled;
+    bool mTransformToDisplayInverse;
+    // The producer API that queued the buffer (NATIVE_WINDOW_API_*), 0 if none.
+    int mApi;
+    bool mIsStale;
+    bool mAutoRefresh;
+    // Whether the buffer goes to the display as an extra, not a newest, frame.
+    bool mQueuedBuffer;
+};
+
+}  // namespace android

@@ -1,0 +1,42 @@
+// Host model of AOSP libgui's gui/BufferItemConsumer.h (Android 14/15): a consumer that hands
+// out whole BufferItems.
+#pragma once
+
+#include <gui/BufferItem.h>
+#include <gui/ConsumerBase.h>
+#include <stdint.h>
+#include <ui/Fence.h>
+#include <utils/Errors.h>
+#include <utils/Timers.h>
+
+namespace android {
+
+class BufferItemConsumer : public ConsumerBase {
+public:
+    enum { DEFAULT_MAX_BUFFERS = -1 };
+    enum { INVALID_BUFFER_SLOT = BufferQueueCore::INVALID_BUFFER_SLOT };
+    enum { NO_BUFFER_AVAILABLE = ConsumerBase::NO_BUFFER_AVAILABLE };
+
+    // Told when the queue drops a buffer.
+    struct BufferFreedListener : public virtual RefBase {
+        virtual void onBufferFreed(const wp<GraphicBuffer>& graphicBuffer) = 0;
+    };
+
+    // Consumes from `core` with `consumerUsage`; `bufferCount` other than DEFAULT_MAX_BUFFERS
+    // sets the core's max acquired buffer count. AOSP takes an IGraphicBufferConsumer.
+    BufferItemConsumer(const sp<BufferQueueCore>& core, uint64_t consumerUsage,
+                       int bufferCount = DEFAULT_MAX_BUFFERS, bool controlledByApp = false);
+    ~BufferItemConsumer() override;
+
+    void setBufferFreedListener(const wp<BufferFreedListener>& listener);
+
+    // Acquires the next queued buffer into `item`. Returns NO_BUFFER_AVAILABLE if none.
+    status_t acquireBuffer(BufferItem* item, nsecs_t presentWhen, bool waitForFence = true);
+    // Releases `item`'s buffer back to the queue.
+    status_t releaseBuffer(const BufferItem& item, const sp<Fence>& releaseFence = Fence::NO_FENCE);
+
+private:
+    wp<BufferFreedListener> mBufferFreedListener;
+};
+
+}  // namespace android

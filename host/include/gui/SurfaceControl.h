@@ -1,0 +1,88 @@
+// Host model of AOSP libgui's gui/SurfaceControl.h (Android 14/15): a client's reference to one
+// compositor layer, identified by its handle (an IBinder), its layer id and its name. Same
+// public constructor, getters, lock and member names as AOSP; no Surface or parcelling.
+#pragma once
+
+#include <binder/IBinder.h>
+#include <stdint.h>
+#include <sys/types.h>
+#include <ui/PixelFormat.h>
+#include <utils/Errors.h>
+#include <utils/Mutex.h>
+#include <utils/RefBase.h>
+#include <utils/StrongPointer.h>
+
+#include <string>
+
+namespace android {
+
+class SurfaceComposerClient;
+
+class SurfaceControl : public RefBase {
+public:
+    // Returns true if `surface` is non-null and has a layer handle.
+    static bool isValid(const sp<SurfaceControl>& surface) {
+        return (surface != nullptr) && surface->isValid();
+    }
+    bool isValid() { return getLayerStateHandle() != nullptr; }
+
+    // Returns true if both refer to the same layer handle.
+    static bool isSameSurface(const sp<SurfaceControl>& lhs, const sp<SurfaceControl>& rhs);
+
+    // Returns the layer's handle.
+    sp<IBinder> getHandle() const;
+    // Returns the handle that layer state goes to: the BLAST child's if there is one, else
+    // getHandle().
+    sp<IBinder> getLayerStateHandle() const;
+    // Returns the compositor's layer id.
+    int32_t getLayerId() const;
+    // Returns the layer's name as given at creation.
+    const std::string& getName() const;
+
+    sp<SurfaceComposerClient> getClient() const;
+
+    uint32_t getTransformHint() const;
+    void setTransformHint(uint32_t hint);
+    // Records a new default size, as AOSP forwards it to its BLAST queue.
+    void updateDefaultBufferSize(uint32_t width, uint32_t height);
+
+    // A copy of `other` referring to the same layer.
+    explicit SurfaceControl(const sp<SurfaceControl>& other);
+
+    SurfaceControl(const sp<SurfaceComposerClient>& client, const sp<IBinder>& handle,
+                   int32_t layerId, const std::string& layerName, uint32_t width = 0,
+                   uint32_t height = 0, PixelFormat format = 0, uint32_t transform = 0,
+                   uint32_t flags = 0);
+
+    // ---- HOST-ONLY (not in AOSP) ----
+    // Sets the BLAST child whose handle getLayerStateHandle() returns (AOSP sets it when a
+    // BLAST surface is created under this layer).
+    void hostSetBbqChild(const sp<SurfaceControl>& child);
+    uint32_t hostWidth() const;
+    uint32_t hostHeight() const;
+    PixelFormat hostFormat() const;
+    uint32_t hostCreateFlags() const;
+
+private:
+    // Can't be copied, as AOSP.
+    SurfaceControl& operator=(SurfaceControl& rhs);
+    SurfaceControl(const SurfaceControl& rhs);
+
+    friend class SurfaceComposerClient;
+
+    ~SurfaceControl() override;
+
+    sp<SurfaceComposerClient> mClient;
+    sp<IBinder> mHandle;
+    mutable Mutex mLock;
+    mutable sp<SurfaceControl> mBbqChild;
+    int32_t mLayerId = 0;
+    std::string mName;
+    uint32_t mTransformHint = 0;
+    uint32_t mWidth = 0;
+    uint32_t mHeight = 0;
+    PixelFormat mFormat = PIXEL_FORMAT_NONE;
+    uint32_t mCreateFlags = 0;
+};
+
+}  // namespace android
