@@ -6,12 +6,15 @@
 #include <sys/time.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <ctime>
 
 namespace talvex::simulator {
 namespace {
 
 FILE* gOut = stdout;
+std::atomic<bool> gReadTags{true};
 
 char priorityLetter(int priority) {
     static constexpr char kLetters[] = "??VDIWEF";
@@ -27,7 +30,8 @@ void writeLine(const struct __android_logger_data* data, const char* message) {
     strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &local);
     fprintf(gOut, "%s.%03ld %5d %5ld %c %s: %s\n", stamp, static_cast<long>(now.tv_usec / 1000),
             getpid(), static_cast<long>(syscall(SYS_gettid)), priorityLetter(data->priority),
-            data->tag ? data->tag : "", message ? message : "");
+            !gReadTags ? program_invocation_short_name : (data->tag ? data->tag : ""),
+            message ? message : "");
     fflush(gOut);
 }
 
@@ -39,6 +43,10 @@ void logToLogcatFormat(FILE* out) {
     android::base::SetMinimumLogSeverity(android::base::VERBOSE);
     __android_log_set_logger(&writeLine);
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+}
+
+void stopReadingTags() {
+    gReadTags = false;
 }
 
 }  // namespace talvex::simulator

@@ -8,4 +8,8 @@ namespace talvex::simulator {
 // ("MM-DD HH:MM:SS.mmm  PID  TID P TAG: text"), the form the dump tools read. DEBUG included.
 void logToLogcatFormat(FILE* out);
 
+// Lines logged after this (during unload) print the program name as their tag: liblog's default
+// tag, which they carry, may already be destroyed by then.
+void stopReadingTags();
+
 }  // namespace talvex::simulator

@@ -9,6 +9,8 @@
 #include <string>
 
 #include "logcat_sink.h"
+#include "stall_scenario.h"
+#include "test_compositor.h"
 
 namespace talvex::simulator {
 namespace {
@@ -54,7 +56,13 @@ int runSimulator(int argc, char** argv, FILE* out) {
     logToLogcatFormat(out);
     // The build type is fixed before the frame record is created, as on a device.
     android::base::SetProperty("ro.build.type", options.buildType);
+    if (!TestCompositor::registerInServiceManager()) {
+        fprintf(stderr, "talvex_simulator: could not register the test compositor\n");
+        return 1;
+    }
     runHookPath();
+    runStallScenario();
+    stopReadingTags();
     return 0;
 }
 
