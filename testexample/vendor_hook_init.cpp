@@ -1,4 +1,5 @@
 // Part 1.1: the vendor entry, the one place that names the real classes.
+#include "frame_record/TalvexFrameRecord.h"
 #include "talvex_libgui_utils/libgui_ext_interface.h"
 #include "testexample/TestExample.h"
 
@@ -8,4 +9,5 @@ using android::libgui_interface::hook::registerClass;
 extern "C" void talvex_libgui_vendor_hook_init(HookRegisterMap* map) {
     registerClass(*map, "TalvexTestExample",
                   &android::talvexgui::TalvexTestExample::createRealImplFactory);
+    registerClass(*map, "TalvexFrameRecord", &android::TalvexFrameRecord::createRealImplFactory);
 }

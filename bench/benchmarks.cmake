@@ -1,0 +1,6 @@
+# Benchmarks, one binary per area; ctest runs each once in functional mode.
+talvex_cc_benchmark(NAME frame_record_benchmark
+    SRCS ${CMAKE_CURRENT_SOURCE_DIR}/frame_record_benchmark.cpp
+    DEPS gui_talvex_utils talvex_host_platform android::base android::log android::utils)
+# The benchmark reads the record's private headers (frame_record/) like the tests do.
+target_include_directories(frame_record_benchmark PRIVATE ${PROJECT_SOURCE_DIR})

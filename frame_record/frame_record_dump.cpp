@@ -1,0 +1,158 @@
+// Part 2.4: the frame record dump, the whole record as text.
+#include <array>
+#include <charconv>
+#include <cstdint>
+
+#include "frame_record/TalvexFrameRecord.h"
+#include "frame_record/program_name.h"
+#include "frame_record/time_string.h"
+
+namespace android {
+
+namespace {
+
+using libgui_interface::hook::FrameType;
+using libgui_interface::hook::frameTypeName;
+
+// Rough sizes of one printed item, to reserve the text once instead of growing it.
+constexpr size_t kLayerTextEstimate = 256;
+constexpr size_t kFrameTextEstimate = 128;
+constexpr size_t kEventTextEstimate = 96;
+
+// Appends an integer in decimal.
+template <typename Integer>
+void appendDecimal(std::string& text, Integer value) {
+    char buffer[24];
+    text.append(buffer, std::to_chars(buffer, buffer + sizeof(buffer), value).ptr);
+}
+
+// Appends a pointer as "0x" and lowercase hex; null is "0x0" (a stream's showbase would print 0).
+void appendPointer(std::string& text, const void* pointer) {
+    char buffer[2 + 16] = {'0', 'x'};
+    text.append(buffer, std::to_chars(buffer + 2, buffer + sizeof(buffer),
+                                      reinterpret_cast<uintptr_t>(pointer), 16)
+                            .ptr);
+}
+
+// The longest event text after the name: "(", index (20), "/", time (20), "/", time string, ") ".
+constexpr size_t kMaxEventTailLength = 1 + 20 + 1 + 20 + 1 + talvex::kMaxTimeStringLength + 2;
+
+// Appends the name of `type` (Part 2.1): the enumerator's name for 0 to 11, else the decimal.
+void appendTypeName(std::string& text, FrameType type) {
+    // Built once from frameTypeName(), the one name table, so the dump never allocates a name.
+    static const std::array<std::string, 12> kNames = [] {
+        std::array<std::string, 12> names;
+        for (size_t i = 0; i < names.size(); ++i) names[i] = frameTypeName(FrameType(i));
+        return names;
+    }();
+    const int value = static_cast<int>(type);
+    if (value >= 0 && static_cast<size_t>(value) < kNames.size()) {
+        text += kNames[static_cast<size_t>(value)];
+    } else {
+        appendDecimal(text, value);
+    }
+}
+
+// Appends one event, name(index/time/getTimeString(startTime, time)) and a space; all after the
+// name is built in one buffer, so the text grows twice per event.
+void appendEvent(std::string& text, const TalvexFrameRecord::Event& event, int64_t startTime) {
+    appendTypeName(text, event.type);
+    char buffer[kMaxEventTailLength];
+    char* p = buffer;
+    *p++ = '(';
+    p = std::to_chars(p, p + 20, event.index).ptr;
+    *p++ = '/';
+    p = std::to_chars(p, p + 20, event.time).ptr;
+    *p++ = '/';
+    // The text of getTimeString(startTime, time), Part 2.3, without its snprintf calls.
+    p = talvex::writeTimeString(p, startTime, event.time);
+    *p++ = ')';
+    *p++ = ' ';
+    text.append(buffer, p);
+}
+
+// Appends one frame line: number, events (each ending in a space), then the start status.
+void appendFrame(std::string& text, unsigned long frameNumber,
+                 const TalvexFrameRecord::FrameEvent& frame) {
+    const TalvexFrameRecord::FrameStartStatus& status = frame.mStartStatus;
+    text += "  FrameNumber:";
+    appendDecimal(text, frameNumber);
+    text += " Events: ";
+    for (const TalvexFrameRecord::Event& event : frame.mEvents) {
+        appendEvent(text, event, status.startTime);
+    }
+    text += " StartStatus: sync:";
+    text += status.sync ? '1' : '0';
+    text += " wait:";
+    text += status.wait ? '1' : '0';
+    text += " numAvailable:";
+    appendDecimal(text, status.numAvailable);
+    text += " numAcquired:";
+    appendDecimal(text, status.numAcquired);
+    text += " startTime:";
+    appendDecimal(text, status.startTime);
+    text += '\n';
+}
+
+// Returns a size that the text of `contents` will most likely fit in.
+size_t estimateTextSize(const std::unordered_map<int, TalvexFrameRecord::RecordContent>& contents) {
+    size_t size = kLayerTextEstimate;
+    for (const auto& [layerId, content] : contents) {
+        size += kLayerTextEstimate + content.mName.size() + content.mSurfaceControlName.size();
+        for (const auto* frames : {&content.mSyncedFrameEvents, &content.mNormalFrameEvents}) {
+            for (const auto& [frameNumber, frame] : *frames) {
+                size += kFrameTextEstimate + frame.mEvents.size() * kEventTextEstimate;
+            }
+        }
+    }
+    return size;
+}
+
+}  // namespace
+
+void TalvexFrameRecord::dumpAllRecordContent(std::string& out) {
+    if (!mEnable) return;
+    // Held until the text is appended, so the dump shows one moment of the record.
+    std::lock_guard<std::mutex> lock(mMutex);
+
+    std::string text;
+    text.reserve(estimateTextSize(mRecordContents));
+    text += "---Dump Process ";
+    text += talvex::programName();
+    text += " All Frame Record START, Size:";
+    appendDecimal(text, mRecordContents.size());
+    text += "---\n";
+    for (const auto& [layerId, content] : mRecordContents) {
+        text += "LayerId:";
+        appendDecimal(text, layerId);
+        text += " BlastBufferQueue Name:";
+        text += content.mName;
+        text += " SurfaceControl Name:";
+        text += content.mSurfaceControlName;
+        text += "\n SurfaceControl:";
+        appendPointer(text, content.mSurfaceControl);
+        text += " mBlastBufferQueue:";
+        appendPointer(text, content.mBlastBufferQueue);
+        text += " mLayerHandle:";
+        appendPointer(text, content.mLayerHandle);
+        // Synced before normal, deliberately; frames in ascending number within each.
+        text += "\n Synced Frame Event Record:\n";
+        for (const auto& [frameNumber, frame] : content.mSyncedFrameEvents) {
+            appendFrame(text, frameNumber, frame);
+        }
+        text += " Normal Frame Event Record:\n";
+        for (const auto& [frameNumber, frame] : content.mNormalFrameEvents) {
+            appendFrame(text, frameNumber, frame);
+        }
+    }
+    text += "---Dump All Frame Record END---\n";
+
+    // One append: the caller's text is kept and never sees a partial dump.
+    if (out.empty()) {
+        out = std::move(text);
+    } else {
+        out += text;
+    }
+}
+
+}  // namespace android

@@ -1,0 +1,105 @@
+#pragma once
+
+#include <binder/IBinder.h>
+#include <errno.h>
+#include <gtest/gtest.h>
+#include <gui/SurfaceControl.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "frame_record/TalvexFrameRecord.h"
+#include "support/host_objects.h"
+#include "support/log_capture.h"
+#include "support/scoped_property.h"
+
+namespace android {
+
+// Test-only view of a record's private state (a friend of the record and of its worker). Reads
+// are meant for moments when no other thread uses the record, or take the record's own lock.
+class TalvexFrameRecordTestPeer {
+public:
+    using RecordContent = TalvexFrameRecord::RecordContent;
+
+    // Returns the number of layers in the store.
+    static size_t layerCount(TalvexFrameRecord& record) {
+        std::lock_guard<std::mutex> lock(record.mMutex);
+        return record.mRecordContents.size();
+    }
+    // Returns a copy of layer `layerId`'s record, or nullptr if it has none.
+    static std::unique_ptr<RecordContent> content(TalvexFrameRecord& record, int layerId) {
+        std::lock_guard<std::mutex> lock(record.mMutex);
+        auto it = record.mRecordContents.find(layerId);
+        if (it == record.mRecordContents.end()) return nullptr;
+        return std::make_unique<RecordContent>(it->second);
+    }
+    static const sp<IBinder>& surfaceFlinger(const TalvexFrameRecord& record) {
+        return record.mSurfaceFlinger;
+    }
+    static TalvexFrameRecord::DumperThread& dumperThread(TalvexFrameRecord& record) {
+        return record.mDumperThread;
+    }
+    // Returns whether the worker has been started.
+    static bool hasWorker(TalvexFrameRecord::DumperThread& thread) {
+        std::lock_guard<std::mutex> lock(thread.mLock);
+        return thread.mThread.joinable();
+    }
+    static bool running(const TalvexFrameRecord::DumperThread& thread) {
+        return thread.mRunning.load(std::memory_order_acquire);
+    }
+};
+
+}  // namespace android
+
+namespace talvex::test {
+
+// The tag a line logged with a null tag arrives with: liblog's default tag, the program's name.
+inline std::string nullTagAsLogged() {
+    return program_invocation_short_name;
+}
+
+// Returns the frame numbers of `frames`, in the map's (ascending) order.
+template <typename FrameMap>
+std::vector<unsigned long> frameNumbers(const FrameMap& frames) {
+    std::vector<unsigned long> numbers;
+    for (const auto& entry : frames) numbers.push_back(entry.first);
+    return numbers;
+}
+
+// A record built on a "userdebug" build (recording on), with every log line captured.
+class FrameRecordTest : public ::testing::Test {
+protected:
+    using FrameType = android::libgui_interface::hook::FrameType;
+    using FrameStartStatus = android::libgui_interface::hook::FrameStartStatus;
+    using Peer = android::TalvexFrameRecordTestPeer;
+
+    // Announces layer `layerId` through `updateFrameAndGetContent`, owned by queue `bbq`.
+    android::sp<android::SurfaceControl> addLayer(int layerId, void* bbq,
+                                                  const std::string& name = "bbq") {
+        android::sp<android::SurfaceControl> control =
+            makeSurfaceControl(layerId, "layer" + std::to_string(layerId));
+        mControls.push_back(control);
+        mRecord->updateFrameAndGetContent(control.get(), name, bbq);
+        return control;
+    }
+
+    // Starts frame `frameNumber` of `layerId` with the given flags and counts.
+    void startFrame(int layerId, unsigned long frameNumber, bool sync = false, bool wait = false,
+                    int32_t numAvailable = 0, int32_t numAcquired = 0) {
+        mRecord->setLayerFrameEvent(layerId, frameNumber,
+                                    FrameStartStatus{sync, wait, numAvailable, numAcquired, 0});
+    }
+
+    // A distinct, never dereferenced owner token.
+    void* queue(uintptr_t n) { return reinterpret_cast<void*>(0x1000 * n); }
+
+    ScopedProperty mBuildType{"ro.build.type", "userdebug"};
+    LogCapture mLogs;
+    std::unique_ptr<android::TalvexFrameRecord> mRecord =
+        std::make_unique<android::TalvexFrameRecord>();
+    std::vector<android::sp<android::SurfaceControl>> mControls;  // kept alive for the test
+};
+
+}  // namespace talvex::test
