@@ -12,6 +12,7 @@ talvex_cc_library(NAME talvex_host_gui SHARED
         gui/BufferQueueCore.cpp
         gui/BufferSlot.cpp
         gui/ConsumerBase.cpp
+        gui/HostCompositor.cpp
         gui/ITransactionCompletedListener.cpp
         gui/SurfaceComposerClient.cpp
         gui/SurfaceControl.cpp

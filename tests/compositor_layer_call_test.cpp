@@ -1,15 +1,13 @@
-// Part 2.6: the one-way request to the compositor, received by a test compositor registered as
-// "SurfaceFlinger" in the host service manager and read back as SurfaceFlinger would.
+// Part 2.6: the one-way request to the compositor, received by the host compositor registered
+// as "SurfaceFlinger" in the host service manager and read back as SurfaceFlinger would.
 #include <binder/Binder.h>
 #include <binder/IServiceManager.h>
-#include <binder/Parcel.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <utils/String8.h>
+#include <gui/HostCompositor.h>
 
 #include <atomic>
 #include <cstring>
-#include <mutex>
 #include <vector>
 
 #include "support/frame_record_fixture.h"
@@ -19,59 +17,15 @@ namespace talvex::test {
 namespace {
 
 using android::BBinder;
+using android::HostCompositor;
 using android::IBinder;
-using android::Parcel;
 using android::sp;
-using android::status_t;
 using android::String16;
-using android::String8;
 using android::TalvexFrameRecord;
 using android::TalvexFrameRecordTestPeer;
 
 constexpr char kServiceManagerMissing[] = "Talvex-Graphics:get defaultServiceManager failed";
 constexpr char kServiceMissing[] = "Talvex-Graphics:serviceManager get SurfaceFlinger failed";
-
-// One request as the compositor saw it.
-struct Received {
-    uint32_t code = 0;
-    uint32_t flags = 0;
-    std::vector<uint8_t> bytes;
-    bool interfaceOk = false;
-    int32_t command = 0;
-    std::string layerName;
-    sp<IBinder> token;
-};
-
-// Stands in for SurfaceFlinger: keeps every request and answers with a chosen status.
-class TestCompositor : public BBinder {
-public:
-    explicit TestCompositor(status_t answer = android::NO_ERROR) : mAnswer(answer) {}
-
-    std::vector<Received> received() {
-        std::lock_guard<std::mutex> lock(mMutex);
-        return mReceived;
-    }
-
-protected:
-    status_t onTransact(uint32_t code, const Parcel& data, Parcel* reply, uint32_t flags) override {
-        Received request;
-        request.code = code;
-        request.flags = flags;
-        request.bytes.assign(data.data(), data.data() + data.dataSize());
-        request.interfaceOk = data.enforceInterface(String16("android.ui.ISurfaceComposer"));
-        request.command = data.readInt32();
-        request.layerName = String8(data.readString16()).c_str();
-        request.token = data.readStrongBinder();
-        std::lock_guard<std::mutex> lock(mMutex);
-        mReceived.push_back(std::move(request));
-        return mAnswer;
-    }
-
-private:
-    const status_t mAnswer;
-    std::mutex mMutex;
-    std::vector<Received> mReceived;
-};
 
 // Counts look-ups, so a test can tell a cached binder from a second look-up.
 class CountingServiceManager : public android::HostServiceManager {
@@ -90,7 +44,7 @@ const String16 kSurfaceFlinger("SurfaceFlinger");
 
 using CompositorLayerCallMissing = FrameRecordTest;
 
-// A userdebug record with a test compositor registered in the process's host service manager.
+// A userdebug record with a host compositor registered in the process's host service manager.
 class CompositorLayerCall : public FrameRecordTest {
 protected:
     void SetUp() override {
@@ -101,7 +55,7 @@ protected:
         android::hostDefaultServiceManager()->removeService(kSurfaceFlinger);
     }
 
-    sp<TestCompositor> mCompositor = new TestCompositor();
+    sp<HostCompositor> mCompositor = new HostCompositor();
 };
 
 // Little-endian writers for the expected wire bytes (aosp-reference.md, kernel binder).
@@ -135,14 +89,15 @@ std::vector<uint8_t> expectedHead(const char* layerName) {
 TEST_F(CompositorLayerCall, SendsOneWayRequestReadBackAsSurfaceFlingerWould) {
     sp<IBinder> token = new BBinder();
     mRecord->callSurfaceFlingerByLayer(token, 42);
-    const auto received = mCompositor->received();
+    const auto received = mCompositor->transactions();
     ASSERT_EQ(1u, received.size());
     EXPECT_EQ(1025u, received[0].code);
     EXPECT_EQ(static_cast<uint32_t>(IBinder::FLAG_ONEWAY), received[0].flags);
-    EXPECT_TRUE(received[0].interfaceOk);
-    EXPECT_EQ(3, received[0].command);
-    EXPECT_EQ("layer#42", received[0].layerName);
-    EXPECT_EQ(token, received[0].token);
+    ASSERT_TRUE(received[0].layerRequest.has_value());
+    EXPECT_TRUE(received[0].layerRequest->interfaceOk);
+    EXPECT_EQ(3, received[0].layerRequest->command);
+    EXPECT_EQ("layer#42", received[0].layerRequest->layerName);
+    EXPECT_EQ(token, received[0].layerRequest->token);
     EXPECT_EQ(mCompositor, TalvexFrameRecordTestPeer::surfaceFlinger(*mRecord));
 
     const auto lines = mLogs.linesContaining("async over");
@@ -160,11 +115,12 @@ TEST_F(CompositorLayerCall, NullTokenBytesMatchKernelBinderLayout) {
     putInt64(expected, 0);           // binder
     putInt64(expected, 0);           // cookie
     putInt32(expected, 0);           // stability: none for null
-    const auto received = mCompositor->received();
+    const auto received = mCompositor->transactions();
     ASSERT_EQ(1u, received.size());
     EXPECT_EQ(128u, received[0].bytes.size());
     EXPECT_EQ(expected, received[0].bytes);
-    EXPECT_EQ(nullptr, received[0].token);
+    ASSERT_TRUE(received[0].layerRequest.has_value());
+    EXPECT_EQ(nullptr, received[0].layerRequest->token);
 }
 
 TEST_F(CompositorLayerCall, LocalTokenBytesMatchKernelBinderLayout) {
@@ -176,7 +132,7 @@ TEST_F(CompositorLayerCall, LocalTokenBytesMatchKernelBinderLayout) {
     putInt64(expected, reinterpret_cast<uintptr_t>(token->getWeakRefs()));
     putInt64(expected, reinterpret_cast<uintptr_t>(token.get()));
     putInt32(expected, 12);  // Stability::SYSTEM
-    const auto received = mCompositor->received();
+    const auto received = mCompositor->transactions();
     ASSERT_EQ(1u, received.size());
     EXPECT_EQ(expected, received[0].bytes);
 }
@@ -184,10 +140,11 @@ TEST_F(CompositorLayerCall, LocalTokenBytesMatchKernelBinderLayout) {
 TEST_F(CompositorLayerCall, LayerZeroAndNegativeIdsAreNamedInDecimal) {
     mRecord->callSurfaceFlingerByLayer(nullptr, 0);
     mRecord->callSurfaceFlingerByLayer(nullptr, -1);
-    const auto received = mCompositor->received();
+    const auto received = mCompositor->transactions();
     ASSERT_EQ(2u, received.size());
-    EXPECT_EQ("layer#0", received[0].layerName);
-    EXPECT_EQ("layer#-1", received[1].layerName);
+    ASSERT_TRUE(received[0].layerRequest.has_value() && received[1].layerRequest.has_value());
+    EXPECT_EQ("layer#0", received[0].layerRequest->layerName);
+    EXPECT_EQ("layer#-1", received[1].layerRequest->layerName);
     EXPECT_EQ(1u, mLogs.count("Talvex-Graphics:callSurfaceFlingerByLayer async over: #-1"));
 }
 
@@ -196,16 +153,16 @@ TEST_F(CompositorLayerCall, CachedBinderIsUsedWithoutSecondLookUp) {
     // Gone from the manager: a second look-up would fail, the cached binder still answers.
     android::hostDefaultServiceManager()->removeService(kSurfaceFlinger);
     mRecord->callSurfaceFlingerByLayer(nullptr, 2);
-    EXPECT_EQ(2u, mCompositor->received().size());
+    EXPECT_EQ(2u, mCompositor->transactions().size());
     EXPECT_EQ(0u, mLogs.count(kServiceMissing));
 }
 
 TEST_F(CompositorLayerCall, DebugLineFollowsAlsoAFailedTransaction) {
     android::hostDefaultServiceManager()->removeService(kSurfaceFlinger);
-    sp<TestCompositor> failing = new TestCompositor(android::BAD_VALUE);
+    sp<HostCompositor> failing = new HostCompositor(android::BAD_VALUE);
     android::defaultServiceManager()->addService(kSurfaceFlinger, failing);
     mRecord->callSurfaceFlingerByLayer(nullptr, 9);
-    EXPECT_EQ(1u, failing->received().size());
+    EXPECT_EQ(1u, failing->transactions().size());
     EXPECT_EQ(1u, mLogs.count("Talvex-Graphics:callSurfaceFlingerByLayer async over: #9"));
 }
 
@@ -214,8 +171,10 @@ TEST_F(CompositorLayerCall, ActsAlsoWhenRecordingIsOff) {
     TalvexFrameRecord record;
     ASSERT_FALSE(record.getEnable());
     record.callSurfaceFlingerByLayer(nullptr, 5);
-    ASSERT_EQ(1u, mCompositor->received().size());
-    EXPECT_EQ("layer#5", mCompositor->received()[0].layerName);
+    const auto received = mCompositor->transactions();
+    ASSERT_EQ(1u, received.size());
+    ASSERT_TRUE(received[0].layerRequest.has_value());
+    EXPECT_EQ("layer#5", received[0].layerRequest->layerName);
 }
 
 TEST_F(CompositorLayerCallMissing, MissingCompositorIsLoggedEveryCallAndRetriedUntilRegistered) {
@@ -230,12 +189,14 @@ TEST_F(CompositorLayerCallMissing, MissingCompositorIsLoggedEveryCallAndRetriedU
     EXPECT_EQ(0u, mLogs.count("async over"));
     EXPECT_EQ(nullptr, TalvexFrameRecordTestPeer::surfaceFlinger(*mRecord));
 
-    sp<TestCompositor> compositor = new TestCompositor();
+    sp<HostCompositor> compositor = new HostCompositor();
     android::defaultServiceManager()->addService(kSurfaceFlinger, compositor);
     mRecord->callSurfaceFlingerByLayer(nullptr, 3);
     android::hostDefaultServiceManager()->removeService(kSurfaceFlinger);
-    ASSERT_EQ(1u, compositor->received().size());
-    EXPECT_EQ("layer#3", compositor->received()[0].layerName);
+    const auto received = compositor->transactions();
+    ASSERT_EQ(1u, received.size());
+    ASSERT_TRUE(received[0].layerRequest.has_value());
+    EXPECT_EQ("layer#3", received[0].layerRequest->layerName);
     EXPECT_EQ(2u, mLogs.count(kServiceMissing));
     EXPECT_EQ(compositor, TalvexFrameRecordTestPeer::surfaceFlinger(*mRecord));
 }
@@ -261,7 +222,7 @@ TEST(CompositorLayerCallOwnProcess, SecondCallDoesNotLookUpAgain) {
     EXPECT_IN_OWN_PROCESS({
         sp<CountingServiceManager> manager = new CountingServiceManager();
         android::setDefaultServiceManager(manager);
-        sp<TestCompositor> compositor = new TestCompositor();
+        sp<HostCompositor> compositor = new HostCompositor();
         manager->addService(kSurfaceFlinger, compositor);
         ScopedProperty property("ro.build.type", "userdebug");
         LogCapture logs;
@@ -270,7 +231,7 @@ TEST(CompositorLayerCallOwnProcess, SecondCallDoesNotLookUpAgain) {
         record.callSurfaceFlingerByLayer(nullptr, 2);
         record.callSurfaceFlingerByLayer(nullptr, 3);
         EXPECT_EQ(1, manager->lookups());
-        EXPECT_EQ(3u, compositor->received().size());
+        EXPECT_EQ(3u, compositor->transactions().size());
         EXPECT_EQ(3u, logs.count("async over"));
     });
 }

@@ -1,6 +1,8 @@
 #include "simulator.h"
 
 #include <android-base/properties.h>
+#include <android/log.h>
+#include <gui/HostCompositor.h>
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
 #include <libgui_interface/hook/ITestExampleClass.h>
@@ -10,11 +12,11 @@
 
 #include "logcat_sink.h"
 #include "stall_scenario.h"
-#include "test_compositor.h"
 
 namespace talvex::simulator {
 namespace {
 
+using android::HostCompositor;
 using android::libgui_interface::hook::createTalvexTestExampleClassFactory;
 using android::libgui_interface::hook::getBufferQueueHelper;
 using android::libgui_interface::hook::getFrameRecordIns;
@@ -41,6 +43,19 @@ bool parseOptions(int argc, char** argv, Options* options) {
     return true;
 }
 
+// Logs what the compositor was told, as SurfaceFlinger would under its own tag.
+void logLayerRequest(const HostCompositor::LayerRequest& request) {
+    constexpr uint32_t code = HostCompositor::kLayerRequestCode;
+    if (!request.interfaceOk) {
+        __android_log_print(ANDROID_LOG_ERROR, "SurfaceFlinger", "code %u: bad interface token",
+                            code);
+        return;
+    }
+    __android_log_print(ANDROID_LOG_INFO, "SurfaceFlinger", "code %u%s: command %d for %s, token %s",
+                        code, request.oneWay ? " (one-way)" : "", request.command,
+                        request.layerName.c_str(), request.token != nullptr ? "set" : "null");
+}
+
 // What libgui does first: the greeting proves the hook path, the getters load the library.
 void runHookPath() {
     createTalvexTestExampleClassFactory()->sayHello();
@@ -56,8 +71,9 @@ int runSimulator(int argc, char** argv, FILE* out) {
     logToLogcatFormat(out);
     // The build type is fixed before the frame record is created, as on a device.
     android::base::SetProperty("ro.build.type", options.buildType);
-    if (!TestCompositor::registerInServiceManager()) {
-        fprintf(stderr, "talvex_simulator: could not register the test compositor\n");
+    android::sp<HostCompositor> compositor(new HostCompositor(android::NO_ERROR, logLayerRequest));
+    if (HostCompositor::registerAsSurfaceFlinger(compositor) != android::NO_ERROR) {
+        fprintf(stderr, "talvex_simulator: could not register the host compositor\n");
         return 1;
     }
     runHookPath();

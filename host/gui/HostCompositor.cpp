@@ -1,0 +1,54 @@
+#define LOG_TAG "HostCompositor"
+
+#include <binder/IServiceManager.h>
+#include <binder/Parcel.h>
+#include <gui/HostCompositor.h>
+#include <utils/String16.h>
+#include <utils/String8.h>
+
+#include <utility>
+
+namespace android {
+
+HostCompositor::HostCompositor(status_t answer, Observer observer)
+    : mAnswer(answer), mObserver(std::move(observer)) {}
+
+std::vector<HostCompositor::Transaction> HostCompositor::transactions() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mTransactions;
+}
+
+status_t HostCompositor::registerAsSurfaceFlinger(const sp<HostCompositor>& compositor) {
+    sp<IServiceManager> manager = defaultServiceManager();
+    if (manager == nullptr) return NO_INIT;
+    return manager->addService(String16(kServiceName), compositor);
+}
+
+HostCompositor::LayerRequest HostCompositor::readLayerRequest(const Parcel& data, uint32_t flags) {
+    LayerRequest request;
+    request.oneWay = (flags & IBinder::FLAG_ONEWAY) != 0;
+    request.interfaceOk = data.enforceInterface(String16(kInterfaceDescriptor));
+    if (!request.interfaceOk) return request;
+    request.command = data.readInt32();
+    request.layerName = String8(data.readString16()).c_str();
+    request.token = data.readStrongBinder();
+    return request;
+}
+
+status_t HostCompositor::onTransact(uint32_t code, const Parcel& data, Parcel* reply,
+                                    uint32_t flags) {
+    Transaction transaction;
+    transaction.code = code;
+    transaction.flags = flags;
+    transaction.bytes.assign(data.data(), data.data() + data.dataSize());
+    if (code == kLayerRequestCode) transaction.layerRequest = readLayerRequest(data, flags);
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        mTransactions.push_back(transaction);
+    }
+    if (code != kLayerRequestCode) return BBinder::onTransact(code, data, reply, flags);
+    if (mObserver) mObserver(*transaction.layerRequest);
+    return transaction.layerRequest->interfaceOk ? mAnswer : PERMISSION_DENIED;
+}
+
+}  // namespace android
