@@ -4,6 +4,8 @@
 #include <android-base/logging.h>
 #include <dlfcn.h>
 
+#include <cstdio>
+
 #include "talvex_libgui_utils/hook_platform.h"
 #include "talvex_libgui_utils/pointer_text.h"
 
@@ -15,6 +17,24 @@ class hook_module_glb {
 public:
     hook_module_glb() {}
     ~hook_module_glb() { hook_module_exit(); }
+};
+
+// hook_module_exit() logs the name during unload, after the name's destructor has run. libc++
+// keeps a 22-character name inside the string (still readable then), libstdc++ only 15, and a
+// test may set a longer name: so the name is copied just before it is destroyed, on both.
+class ExitNameKeeper {
+public:
+    ~ExitNameKeeper() {
+        snprintf(sName, sizeof(sName), "%s", libgui_ext_name.c_str());
+        sTaken = true;
+    }
+    // Returns the name as it may be read now, also during unload.
+    static const char* name() { return sTaken ? sName : libgui_ext_name.c_str(); }
+
+private:
+    // Trivially destructible, so they outlive every object with a destructor.
+    static inline char sName[256];
+    static inline bool sTaken = false;
 };
 
 // Never a null string in the log, whatever the loader says.
@@ -30,7 +50,8 @@ static hook_module_glb g_hook_module_glb;
 std::string libgui_ext_name = "libgui_talvex_utils.so";
 HookRegisterMap HOOK_REGISTER_MAP;
 void* libgui_ext_handle = nullptr;
-static platform::ExitNameKeeper g_exit_name_keeper(libgui_ext_name);
+// Defined after the name, so destroyed just before it.
+static ExitNameKeeper g_exit_name_keeper;
 
 void registerClass(HookRegisterMap& map, const std::string& name, HookFactory factory) {
     map[name] = factory;
@@ -73,7 +94,7 @@ int hook_module_init() {
 void hook_module_exit() {
     // "over" is logged before the close, as the device's line has always been.
     LOG(INFO) << "hook_module_exit"
-              << " " << platform::ExitNameKeeper::name()
+              << " " << ExitNameKeeper::name()
               << " over, handle:" << PointerText{libgui_ext_handle};
     platform::closeLibrary(libgui_ext_handle);
     libgui_ext_handle = nullptr;

@@ -14,10 +14,13 @@ static_assert(std::is_same_v<decltype(FrameStartStatus::wait), bool>);
 static_assert(std::is_same_v<decltype(FrameStartStatus::numAvailable), int32_t>);
 static_assert(std::is_same_v<decltype(FrameStartStatus::numAcquired), int32_t>);
 static_assert(std::is_same_v<decltype(FrameStartStatus::startTime), int64_t>);
-static_assert(offsetof(FrameStartStatus, sync) < offsetof(FrameStartStatus, wait));
-static_assert(offsetof(FrameStartStatus, wait) < offsetof(FrameStartStatus, numAvailable));
-static_assert(offsetof(FrameStartStatus, numAvailable) < offsetof(FrameStartStatus, numAcquired));
-static_assert(offsetof(FrameStartStatus, numAcquired) < offsetof(FrameStartStatus, startTime));
+// The record crosses the libgui boundary by value: field order and widths are the interface.
+static_assert(sizeof(FrameStartStatus) == 24);
+static_assert(offsetof(FrameStartStatus, sync) == 0);
+static_assert(offsetof(FrameStartStatus, wait) == 1);
+static_assert(offsetof(FrameStartStatus, numAvailable) == 4);
+static_assert(offsetof(FrameStartStatus, numAcquired) == 8);
+static_assert(offsetof(FrameStartStatus, startTime) == 16);
 
 TEST(FrameType, ValuesAreDenseInInterfaceOrder) {
     EXPECT_EQ(0, static_cast<int>(FrameType::onFrameAvailable));

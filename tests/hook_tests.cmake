@@ -4,6 +4,9 @@ add_library(talvex_no_entry MODULE ${CMAKE_CURRENT_SOURCE_DIR}/support/no_entry_
 talvex_cc_test(NAME frame_type_test
     SRCS ${CMAKE_CURRENT_SOURCE_DIR}/frame_type_test.cpp
     DEPS gui_talvex_utils)
+talvex_cc_test(NAME hook_interface_abi_test
+    SRCS ${CMAKE_CURRENT_SOURCE_DIR}/hook_interface_abi_test.cpp
+    DEPS gui_talvex_utils)
 talvex_cc_test(NAME libgui_ext_interface_test
     SRCS ${CMAKE_CURRENT_SOURCE_DIR}/libgui_ext_interface_test.cpp
     DEPS gui_talvex_utils talvex_test_support ${CMAKE_DL_LIBS})

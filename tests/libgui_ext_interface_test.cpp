@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
+#include <libgui_interface/hook/ITestExampleClass.h>
 
 #include "support/log_capture.h"
 #include "support/own_process.h"
@@ -14,6 +15,8 @@
 namespace android::libgui_interface::hook {
 namespace {
 
+using talvex::test::errorLine;
+using talvex::test::infoLine;
 using talvex::test::LogCapture;
 using talvex::test::pointerText;
 using ::testing::ElementsAre;
@@ -25,6 +28,9 @@ void* factoryA() {
 void* factoryB() {
     static int b;
     return &b;
+}
+void* nullFactory() {
+    return nullptr;
 }
 
 std::vector<std::string> registryKeys() {
@@ -58,11 +64,26 @@ TEST(Registry, UnknownNameGivesNullAndOneErrorLine) {
     LogCapture logs;
     const auto before = registryKeys();
     EXPECT_EQ(nullptr, newInstance("NoSuchClass"));
-    const auto lines = logs.lines();
-    ASSERT_EQ(1u, lines.size());
-    EXPECT_EQ(ANDROID_LOG_ERROR, lines[0].priority);
-    EXPECT_EQ("Can not find NoSuchClass at HOOK_REGISTER_MAP", lines[0].text);
+    EXPECT_THAT(logs.lines(),
+                ElementsAre(errorLine("Can not find NoSuchClass at HOOK_REGISTER_MAP")));
     EXPECT_EQ(before, registryKeys());
+}
+
+TEST(Registry, AFactorysOwnNullIsReturnedWithoutALine) {
+    EXPECT_IN_OWN_PROCESS({
+        registerClass(HOOK_REGISTER_MAP, "NullClass", &nullFactory);
+        LogCapture logs;
+        EXPECT_EQ(nullptr, newInstance("NullClass"));
+        EXPECT_TRUE(logs.lines().empty());
+        EXPECT_EQ(nullptr, libgui_ext_handle) << "newInstance does not load the library";
+    });
+}
+
+TEST(Registry, KnownNameCallsItsFactory) {
+    EXPECT_IN_OWN_PROCESS({
+        registerClass(HOOK_REGISTER_MAP, "A", &factoryA);
+        EXPECT_EQ(factoryA(), newInstance("A"));
+    });
 }
 
 TEST(Loader, FirstLoadRunsTheVendorEntry) {
@@ -89,8 +110,8 @@ TEST(Loader, InitWhileLoadedOnlySaysSoAndDoesNotRegisterAgain) {
         registerClass(HOOK_REGISTER_MAP, "TalvexTestExample", &factoryA);
         LogCapture logs;
         EXPECT_EQ(0, hook_module_init());
-        EXPECT_THAT(logs.texts(), ElementsAre("Library libgui_talvex_utils.so have been open"));
-        EXPECT_EQ(ANDROID_LOG_INFO, logs.lines()[0].priority);
+        EXPECT_THAT(logs.lines(),
+                    ElementsAre(infoLine("Library libgui_talvex_utils.so have been open")));
         EXPECT_EQ(&factoryA, HOOK_REGISTER_MAP.at("TalvexTestExample"));
     });
 }
@@ -102,7 +123,7 @@ TEST(Loader, EnsureLoadsOnlyOnce) {
         void* handle = libgui_ext_handle;
         ensure_hook_module_init();
         EXPECT_EQ(handle, libgui_ext_handle);
-        EXPECT_EQ(1u, logs.lines().size());
+        EXPECT_THAT(logs.lines(), ElementsAre(infoLine(initLine())));
     });
 }
 
@@ -111,9 +132,9 @@ TEST(Loader, ExitWithNothingOpenLogsANullHandle) {
         LogCapture logs;
         hook_module_exit();
         EXPECT_EQ(nullptr, libgui_ext_handle);
-        EXPECT_THAT(logs.texts(),
-                    ElementsAre("hook_module_exit libgui_talvex_utils.so over, handle:0x0"));
-        EXPECT_EQ(ANDROID_LOG_INFO, logs.lines()[0].priority);
+        EXPECT_THAT(
+            logs.lines(),
+            ElementsAre(infoLine("hook_module_exit libgui_talvex_utils.so over, handle:0x0")));
     });
 }
 
@@ -131,10 +152,10 @@ TEST(Loader, ExitThenInitLoadsAgainOverTheOldEntries) {
         ASSERT_NE(nullptr, libgui_ext_handle);
         EXPECT_EQ(size, HOOK_REGISTER_MAP.size());
         EXPECT_NE(&factoryA, HOOK_REGISTER_MAP.at("TalvexTestExample"));
-        EXPECT_THAT(
-            logs.texts(),
-            ElementsAre("hook_module_exit libgui_talvex_utils.so over, handle:" + pointerText(first),
-                        initLine()));
+        EXPECT_THAT(logs.lines(),
+                    ElementsAre(infoLine("hook_module_exit libgui_talvex_utils.so over, handle:" +
+                                         pointerText(first)),
+                                infoLine(initLine())));
     });
 }
 
@@ -152,20 +173,26 @@ TEST(Loader, MissingLibraryIsTriedAgainByEveryGetterThatReachesTheLoader) {
         IBufferQueueHelper* helper = getBufferQueueHelper();
         EXPECT_EQ(record, getFrameRecordIns());               // cached: does not reach the loader
         EXPECT_EQ(record, createTalvexFrameRecordFactory());  // reaches it every time
+        ITestExampleClass* example = createTalvexTestExampleClassFactory();
 
         EXPECT_THAT(
-            logs.texts(),
+            logs.lines(),
             ElementsAre(
-                openError, "Can not find TalvexFrameRecord at HOOK_REGISTER_MAP",
-                "create DefaultTalvexFrameRecord, this " + pointerText(record),
-                "createTalvexFrameRecordFactory failed, get default instance " + pointerText(record),
-                openError, openError, "Can not find TalvexBufferQueueHelper at HOOK_REGISTER_MAP",
-                "create DefaultTalvexBufferQueueHelper, this " + pointerText(helper),
-                "createTalvexBufferQueueHelperFactory failed, get default "
-                "instance " +
-                    pointerText(helper),
-                openError));
-        EXPECT_EQ(ANDROID_LOG_ERROR, logs.lines()[0].priority);
+                errorLine(openError),
+                errorLine("Can not find TalvexFrameRecord at HOOK_REGISTER_MAP"),
+                infoLine("create DefaultTalvexFrameRecord, this " + pointerText(record)),
+                infoLine("createTalvexFrameRecordFactory failed, get default instance " +
+                         pointerText(record)),
+                errorLine(openError), errorLine(openError),
+                errorLine("Can not find TalvexBufferQueueHelper at HOOK_REGISTER_MAP"),
+                infoLine("create DefaultTalvexBufferQueueHelper, this " + pointerText(helper)),
+                infoLine("createTalvexBufferQueueHelperFactory failed, get default "
+                         "instance " +
+                         pointerText(helper)),
+                errorLine(openError), errorLine(openError),
+                errorLine("Can not find TalvexTestExample at HOOK_REGISTER_MAP"),
+                infoLine("createTalvexTestExampleClassFactory get instance " +
+                         pointerText(example) + "/0x0")));
     });
 }
 
@@ -184,17 +211,19 @@ TEST(Loader, LibraryWithoutTheEntryStaysOpenAndIsNotTriedAgain) {
         IBufferQueueHelper* helper = getBufferQueueHelper();
         EXPECT_TRUE(HOOK_REGISTER_MAP.empty());
 
-        EXPECT_THAT(logs.texts(),
-                    ElementsAre(symbolError, "Can not find TalvexFrameRecord at HOOK_REGISTER_MAP",
-                                "create DefaultTalvexFrameRecord, this " + pointerText(record),
-                                "createTalvexFrameRecordFactory failed, get default instance " +
-                                    pointerText(record),
-                                "Can not find TalvexBufferQueueHelper at HOOK_REGISTER_MAP",
-                                "create DefaultTalvexBufferQueueHelper, this " + pointerText(helper),
-                                "createTalvexBufferQueueHelperFactory failed, get default "
-                                "instance " +
-                                    pointerText(helper)));
-        EXPECT_EQ(ANDROID_LOG_ERROR, logs.lines()[0].priority);
+        EXPECT_THAT(
+            logs.lines(),
+            ElementsAre(
+                errorLine(symbolError),
+                errorLine("Can not find TalvexFrameRecord at HOOK_REGISTER_MAP"),
+                infoLine("create DefaultTalvexFrameRecord, this " + pointerText(record)),
+                infoLine("createTalvexFrameRecordFactory failed, get default instance " +
+                         pointerText(record)),
+                errorLine("Can not find TalvexBufferQueueHelper at HOOK_REGISTER_MAP"),
+                infoLine("create DefaultTalvexBufferQueueHelper, this " + pointerText(helper)),
+                infoLine("createTalvexBufferQueueHelperFactory failed, get default "
+                         "instance " +
+                         pointerText(helper))));
     });
 }
 

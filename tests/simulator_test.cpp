@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "logcat_sink.h"
 #include "support/own_process.h"
 
 namespace talvex::simulator {
@@ -36,6 +37,8 @@ std::vector<std::string> runAndRead(std::vector<std::string> args) {
         EXPECT_TRUE(std::regex_match(line, match, kLine)) << line;
         lines.push_back(match[1]);
     }
+    // Unload still logs (the hook module's exit line): not into a closed file.
+    logToLogcatFormat(stderr);
     fclose(out);
     return lines;
 }

@@ -57,7 +57,7 @@ namespace talvex::test {
 
 // The tag a line logged with a null tag arrives with: liblog's default tag, the program's name.
 inline std::string nullTagAsLogged() {
-    return program_invocation_short_name;
+    return defaultTag();
 }
 
 // Returns the frame numbers of `frames`, in the map's (ascending) order.

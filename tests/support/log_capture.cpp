@@ -1,51 +1,47 @@
+// The platform-independent half of the log capture; the logger that feeds it is in
+// log_capture_host.cpp (Debian's liblog) or log_capture_android.cpp (Android 11+ liblog).
 #include "log_capture.h"
 
-#include <android-base/logging.h>
+#include <android/log.h>
 
-#include <algorithm>
 #include <atomic>
-#include <cstdio>
+
+#include "log_capture_platform.h"
 
 namespace talvex::test {
 namespace {
 
 std::atomic<LogCapture*> gActive{nullptr};
 
-// Stands in while no capture is active, so lines never reach a destroyed capture.
-void discard(const struct __android_logger_data*, const char*) {}
-
-void toStderr(const struct __android_logger_data* data, const char* message) {
-    fprintf(stderr, "%d %s\n", data->priority, message ? message : "");
-}
-
 }  // namespace
 
-void logToStderrThroughExit() {
-    android::base::SetLogger(android::base::StderrLogger);
-    android::base::SetMinimumLogSeverity(android::base::VERBOSE);
-    __android_log_set_logger(&toStderr);
-    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+LogLine infoLine(const std::string& text) {
+    return {ANDROID_LOG_INFO, defaultTag(), text};
+}
+
+LogLine errorLine(const std::string& text) {
+    return {ANDROID_LOG_ERROR, defaultTag(), text};
+}
+
+LogLine debugLine(const std::string& text) {
+    return {ANDROID_LOG_DEBUG, defaultTag(), text};
 }
 
 LogCapture::LogCapture() {
-    // libbase's logger must forward to liblog, so that the sink below sees LOG() lines too.
-    android::base::SetLogger(android::base::StderrLogger);
-    android::base::SetMinimumLogSeverity(android::base::VERBOSE);
     gActive.store(this);
-    __android_log_set_logger(&LogCapture::sink);
-    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+    platform::installCaptureLogger();
 }
 
 LogCapture::~LogCapture() {
-    __android_log_set_logger(&discard);
+    platform::installDiscardLogger();
     gActive.store(nullptr);
 }
 
-void LogCapture::sink(const struct __android_logger_data* data, const char* message) {
+void LogCapture::add(int priority, const char* tag, const char* message) {
     LogCapture* self = gActive.load();
     if (self == nullptr) return;
     std::lock_guard<std::mutex> lock(self->mMutex);
-    self->mLines.push_back({data->priority, data->tag ? data->tag : "", message ? message : ""});
+    self->mLines.push_back({priority, tag ? tag : "", message ? message : ""});
 }
 
 std::vector<LogLine> LogCapture::lines() const {

@@ -3,6 +3,7 @@
 #include <android/log.h>
 
 #include <mutex>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,24 @@ struct LogLine {
     int priority;
     std::string tag;
     std::string text;
+
+    bool operator==(const LogLine& other) const {
+        return priority == other.priority && tag == other.tag && text == other.text;
+    }
 };
+
+inline void PrintTo(const LogLine& line, std::ostream* os) {
+    *os << "{priority " << line.priority << ", tag \"" << line.tag << "\", \"" << line.text << "\"}";
+}
+
+// Returns the tag that a line logged without one arrives with: liblog's default tag, the
+// program's short name.
+std::string defaultTag();
+
+// Lines as the hook module and the frame record log them: with the default tag.
+LogLine infoLine(const std::string& text);
+LogLine errorLine(const std::string& text);
+LogLine debugLine(const std::string& text);
 
 // Captures every liblog and libbase line of the process while it lives (one at a time).
 // DEBUG and VERBOSE lines are let through, which Debian's liblog drops by default.
@@ -34,9 +52,10 @@ public:
     size_t count(const std::string& needle) const;
     void clear();
 
-private:
-    static void sink(const struct __android_logger_data* data, const char* message);
+    // Adds a line to the active capture, if any; called by the platform's logger.
+    static void add(int priority, const char* tag, const char* message);
 
+private:
     mutable std::mutex mMutex;
     std::vector<LogLine> mLines;
 };

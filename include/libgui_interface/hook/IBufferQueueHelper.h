@@ -9,11 +9,17 @@ namespace android::libgui_interface::hook {
 // ConsumerBase, and size pairs of two int32 values.
 class TALVEX_EXPORT IBufferQueueHelper {
 public:
+    // Arms (`flag` true) or disarms the one-shot BLAST dump of registered core `core`.
     virtual void setBBQDumpFlag(void* core, bool flag) = 0;
+    // Registers BLAST queue `bbq`'s dump for core `core`, armed.
     virtual void registerBBQDumpCallback(void* core, void* bbq) = 0;
+    // Forgets core `core`'s registration.
     virtual void clearRegisteredCallback(void* core) = 0;
+    // Logs core `core`'s state now (caller holds its lock), and queues the BLAST dump if armed.
     virtual void dumpBQAllFrameState(void* core) = 0;
+    // Logs core `core`'s state and BLAST queue `bbq`'s dump now; the caller holds `bbq`'s lock.
     virtual void dumpBQAllFrameStateCalledByBlast(void* core, void* bbq) = 0;
+    // Caps a requested size above 4000 pixels when "debug.graphics.unsupport4K" is 1.
     virtual void resetBBQRequestSize(void* requestedSize, void* size, void* consumer, int mode,
                                      int updateRequested) = 0;
     virtual ~IBufferQueueHelper() = default;

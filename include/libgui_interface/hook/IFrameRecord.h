@@ -18,22 +18,36 @@ namespace android::libgui_interface::hook {
 // Untyped pointers are libgui's own objects: a SurfaceControl and a BLASTBufferQueue.
 class TALVEX_EXPORT IFrameRecord {
 public:
+    // Returns whether recording is on (a "userdebug" build); callers skip recording if not.
     virtual bool getEnable() = 0;
+    // Drops layer `layerId`'s record if `blastBufferQueue` owns it.
     virtual void clearFrameContent(int layerId, void* blastBufferQueue) = 0;
+    // Appends the whole record as text to `out`; never clears it.
     virtual void dumpAllRecordContent(std::string& out) = 0;
+    // Creates or refreshes the record of `surfaceControl`'s layer, owned by `blastBufferQueue`.
     virtual void updateFrameAndGetContent(void* surfaceControl, const std::string& name,
                                           void* blastBufferQueue) = 0;
+    // Opens or restarts frame `frameNumber` of layer `layerId`.
     virtual void setLayerFrameEvent(int layerId, unsigned long frameNumber,
                                     FrameStartStatus status) = 0;
+    // Records step `type` of a started frame of layer `layerId`.
     virtual void setLayerFrameEvent(int layerId, unsigned long frameNumber, FrameType type) = 0;
+    // Records step `type` of a started frame of `surfaceControl`'s layer.
     virtual void setLayerFrameEvent(void* surfaceControl, unsigned long frameNumber,
                                     FrameType type) = 0;
+    // Sends the compositor a one-way request naming layer `layerId`, with `token`.
     virtual void callSurfaceFlingerByLayer(const sp<IBinder>& token, int layerId) = 0;
+    // Records when transaction callback `id` was added; the caller holds its own lock.
     virtual void addCallbackIdLocked(long id) = 0;
+    // Forgets transaction callback `id`; the caller holds its own lock.
     virtual void removeCallbackIdLocked(long id) = 0;
+    // Returns a copy of the callback id to add time map (empty when recording is off).
     virtual std::unordered_map<long, long> getCallbackIdTime() = 0;
+    // Returns `to` - `from` as "+12ms345us678", or "-1" if either is 0 (unknown).
     virtual std::string getTimeString(long from, long to) = 0;
+    // Runs `task` later on the record's own worker thread, after every task handed over before.
     virtual void pushTaskAndStart(std::function<void()>&& task) = 0;
+    // Waits at most 100 ms for every task handed over before it.
     virtual void ensureTaskFinish() = 0;
     virtual ~IFrameRecord() = default;
 };

@@ -7,6 +7,7 @@ namespace android::libgui_interface::hook {
 // Proves the hook path: the real class and the fallback each log a greeting.
 class TALVEX_EXPORT ITestExampleClass {
 public:
+    // Logs a greeting that names the class which answered.
     virtual void sayHello() = 0;
     virtual ~ITestExampleClass() = default;
 };
