@@ -2,6 +2,7 @@
 // log_capture_host.cpp (Debian's liblog) or log_capture_android.cpp (Android 11+ liblog).
 #include "log_capture.h"
 
+#include <android-base/logging.h>
 #include <android/log.h>
 
 #include <atomic>
@@ -13,7 +14,19 @@ namespace {
 
 std::atomic<LogCapture*> gActive{nullptr};
 
+// libbase's logger forwards to liblog, so liblog's logger sees LOG() lines too; DEBUG included.
+void routeThroughLiblog(platform::Logger logger) {
+    android::base::SetLogger(android::base::StderrLogger);
+    android::base::SetMinimumLogSeverity(android::base::VERBOSE);
+    platform::setLiblogLogger(logger);
+    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+}
+
 }  // namespace
+
+void logToStderrThroughExit() {
+    routeThroughLiblog(platform::Logger::kStderr);
+}
 
 LogLine infoLine(const std::string& text) {
     return {ANDROID_LOG_INFO, defaultTag(), text};
@@ -29,11 +42,11 @@ LogLine debugLine(const std::string& text) {
 
 LogCapture::LogCapture() {
     gActive.store(this);
-    platform::installCaptureLogger();
+    routeThroughLiblog(platform::Logger::kCapture);
 }
 
 LogCapture::~LogCapture() {
-    platform::installDiscardLogger();
+    platform::setLiblogLogger(platform::Logger::kDiscard);
     gActive.store(nullptr);
 }
 

@@ -1,5 +1,4 @@
-// Host: Debian's liblog 29 (`__android_logger_data`, message apart).
-#include <android-base/logging.h>
+// Host: Debian's liblog 29 (`__android_logger_data`, the message apart).
 #include <android/log.h>
 #include <errno.h>
 
@@ -21,33 +20,16 @@ void toStderr(const struct __android_logger_data* data, const char* message) {
     fprintf(stderr, "%d %s\n", data->priority, message ? message : "");
 }
 
-void route(__android_logger_function logger) {
-    // libbase's logger must forward to liblog, so the logger below sees LOG() lines too.
-    android::base::SetLogger(android::base::StderrLogger);
-    android::base::SetMinimumLogSeverity(android::base::VERBOSE);
-    __android_log_set_logger(logger);
-    __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
-}
-
 }  // namespace
 
 std::string defaultTag() {
     return program_invocation_short_name;
 }
 
-void logToStderrThroughExit() {
-    route(&toStderr);
+void platform::setLiblogLogger(Logger logger) {
+    __android_log_set_logger(logger == Logger::kCapture   ? &capture
+                             : logger == Logger::kDiscard ? &discard
+                                                          : &toStderr);
 }
 
-namespace platform {
-
-void installCaptureLogger() {
-    route(&capture);
-}
-
-void installDiscardLogger() {
-    __android_log_set_logger(&discard);
-}
-
-}  // namespace platform
 }  // namespace talvex::test

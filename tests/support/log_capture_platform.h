@@ -4,9 +4,13 @@
 // Android 11+ the one-argument `__android_log_message` logger. One file per side.
 namespace talvex::test::platform {
 
-// Routes libbase's and liblog's lines, DEBUG included, to `LogCapture::add`.
-void installCaptureLogger();
-// Drops every line, so none reaches a capture that is going away.
-void installDiscardLogger();
+enum class Logger {
+    kCapture,  // every line to `LogCapture::add`
+    kDiscard,  // every line dropped
+    kStderr,   // every line to stderr as "<priority> <text>"
+};
+
+// Installs `logger` as liblog's logger.
+void setLiblogLogger(Logger logger);
 
 }  // namespace talvex::test::platform
