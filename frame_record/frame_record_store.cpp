@@ -47,7 +47,9 @@ TalvexFrameRecord::TalvexFrameRecord() : mEnable(checkRecordEnable()) {
 }
 
 TalvexFrameRecord::~TalvexFrameRecord() {
-    // No lock: the record is going away, nobody may call it any more.
+    // No lock: nobody may call a record that is going away. A dump task still running on the
+    // worker would race with this (the spec's member order joins the worker last); the record
+    // is a process-wide singleton that is never destroyed, so that cannot happen in use.
     mEnable = false;
     mSurfaceFlinger.clear();
     mRecordContents.clear();

@@ -13,7 +13,8 @@ constexpr size_t kMaxTimeStringLength = 1 + 11 + 2 + 4 + 2 + 3;
 // Writes exactly the text `TalvexFrameRecord::getTimeString(from, to)` returns ("+12ms345us678",
 // "-1" if either time is 0) at `out`, without its two snprintf calls (the dump prints one per
 // event). `out` must have room for `kMaxTimeStringLength` characters; returns the end.
-inline char* writeTimeString(char* out, int64_t from, int64_t to) {
+// Takes `long` as getTimeString does: on a 32-bit build both times are cut to 32 bits first.
+inline char* writeTimeString(char* out, long from, long to) {
     if (from == 0 || to == 0) {
         *out++ = '-';
         *out++ = '1';
@@ -50,7 +51,7 @@ inline char* writeTimeString(char* out, int64_t from, int64_t to) {
 }
 
 // Appends the text of `writeTimeString(from, to)` to `text`.
-inline void appendTimeString(std::string& text, int64_t from, int64_t to) {
+inline void appendTimeString(std::string& text, long from, long to) {
     char buffer[kMaxTimeStringLength];
     text.append(buffer, writeTimeString(buffer, from, to));
 }

@@ -123,7 +123,7 @@ TEST_F(CallbackIdTiming, TimeStringNeedsNoEnabledRecord) {
 }
 
 // The dump's formatter (time_string.h) must print exactly what getTimeString returns.
-void expectSameText(TalvexFrameRecord& record, int64_t from, int64_t to) {
+void expectSameText(TalvexFrameRecord& record, long from, long to) {
     std::string fast;
     android::talvex::appendTimeString(fast, from, to);
     EXPECT_EQ(record.getTimeString(from, to), fast) << "from " << from << " to " << to;

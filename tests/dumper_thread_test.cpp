@@ -201,12 +201,19 @@ TEST(DumperThreadShutdown, DestroyingRunsNoQueuedTaskAndReturnsAfterCurrentBatch
 }
 
 TEST(DumperThreadShutdown, DestroyingRightAfterFirstPushJoins) {
-    // The worker raises mRunning itself; destruction must not lose to a late start.
-    for (int i = 0; i < 50; ++i) {
-        DumperThread thread;
-        thread.pushTaskAndStart([] {});
-    }
-    SUCCEED();
+    // The worker raises mRunning itself; destruction must not lose to a late start. Run apart,
+    // so a hang fails here with a message instead of at ctest's timeout.
+    auto done = std::make_shared<std::promise<void>>();
+    std::future<void> finished = done->get_future();
+    std::thread([done] {
+        for (int i = 0; i < 50; ++i) {
+            DumperThread thread;
+            thread.pushTaskAndStart([] {});
+        }
+        done->set_value();
+    }).detach();
+    EXPECT_EQ(std::future_status::ready, finished.wait_for(std::chrono::seconds(30)))
+        << "destroying a worker right after its first push hung";
 }
 
 TEST(DumperThreadShutdown, DestroyingIdleWorkerJoins) {

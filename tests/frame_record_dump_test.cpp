@@ -18,7 +18,8 @@ using ::testing::StartsWith;
 using FrameRecordDump = FrameRecordTest;
 
 std::string header(size_t layers) {
-    return std::string("---Dump Process ") + program_invocation_short_name +
+    // The binary's own name, written out: the host takes it from program_invocation_short_name.
+    return std::string("---Dump Process frame_record_dump_test") +
            " All Frame Record START, Size:" + std::to_string(layers) + "---\n";
 }
 

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 #include <utils/Timers.h>
 
+#include <chrono>
 #include <cstdio>
+#include <future>
+#include <mutex>
 
 #include "support/frame_record_fixture.h"
 #include "support/text.h"
@@ -62,6 +65,29 @@ TEST(FrameRecordStoreEnable, EmptyBuildTypeRecordsNothingAndLogsEnable0) {
 TEST(FrameRecordStoreEnable, BuildTypeIsCaseSensitive) {
     ScopedProperty property("ro.build.type", "UserDebug");
     EXPECT_FALSE(TalvexFrameRecord::checkRecordEnable());
+}
+
+// Parts 2.2 and 2.4: the mEnable test is made before, and without, the lock: a disabled record
+// returns at once even while another thread holds the store's lock.
+TEST(FrameRecordStoreEnable, DisabledRecordNeverTakesTheLock) {
+    ScopedProperty property("ro.build.type", "user");
+    TalvexFrameRecord record;
+    android::sp<android::SurfaceControl> control = makeSurfaceControl(7, "layer7");
+    std::unique_lock<std::mutex> held(android::TalvexFrameRecordTestPeer::storeMutex(record));
+    auto calls = std::async(std::launch::async, [&] {
+        std::string out;
+        record.updateFrameAndGetContent(control.get(), "bbq", &record);
+        record.setLayerFrameEvent(7, 1, TalvexFrameRecord::FrameStartStatus{});
+        record.setLayerFrameEvent(7, 1, TalvexFrameRecord::FrameType::apply);
+        record.setLayerFrameEvent(control.get(), 1, TalvexFrameRecord::FrameType::apply);
+        record.clearFrameContent(7, &record);
+        record.dumpAllRecordContent(out);
+        return out;
+    });
+    const std::future_status status = calls.wait_for(std::chrono::seconds(10));
+    held.unlock();  // so a failing case ends instead of hanging
+    EXPECT_EQ(std::future_status::ready, status) << "a disabled record waited for its lock";
+    EXPECT_EQ("", calls.get());
 }
 
 TEST_F(FrameRecordStore, UserdebugBuildLogsEnable1AtInfoWithNullTag) {

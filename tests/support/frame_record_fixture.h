@@ -35,6 +35,8 @@ public:
         if (it == record.mRecordContents.end()) return nullptr;
         return std::make_unique<RecordContent>(it->second);
     }
+    // The store's lock, for tests that check who takes it.
+    static std::mutex& storeMutex(TalvexFrameRecord& record) { return record.mMutex; }
     static const sp<IBinder>& surfaceFlinger(const TalvexFrameRecord& record) {
         return record.mSurfaceFlinger;
     }

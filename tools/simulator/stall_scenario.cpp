@@ -9,6 +9,8 @@
 #include <utils/Timers.h>
 
 #include <chrono>
+#include <future>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -70,12 +72,18 @@ void logLines(const std::string& queueName, const std::string& text) {
 }
 
 void dumpOnDumperThread(IFrameRecord* record, const std::string& queueName) {
-    record->pushTaskAndStart([record, queueName] {
+    auto dumped = std::make_shared<std::promise<void>>();
+    std::future<void> done = dumped->get_future();
+    record->pushTaskAndStart([record, queueName, dumped] {
         std::string text;
         record->dumpAllRecordContent(text);
         logLines(queueName, text);
+        dumped->set_value();
     });
+    // libgui's bounded barrier; a slow (sanitized) run may outlast it, so the simulator also
+    // waits for its own task before it goes on, keeping the log in order.
     record->ensureTaskFinish();
+    done.wait_for(std::chrono::seconds(10));
 }
 
 // What the listener dump (Part 3.4) will print per pending callback: its age at dump time.
