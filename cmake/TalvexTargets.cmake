@@ -25,7 +25,8 @@ function(talvex_cc_test)
     cmake_parse_arguments(A "" "NAME" "SRCS;DEPS" ${ARGN})
     add_executable(${A_NAME} ${A_SRCS})
     target_compile_options(${A_NAME} PRIVATE ${TALVEX_WARNINGS})
-    target_link_libraries(${A_NAME} PRIVATE ${A_DEPS} GTest::gtest_main GTest::gmock)
+    # tests/support/test_main.cpp: gtest's main with an unload-safe logger.
+    target_link_libraries(${A_NAME} PRIVATE ${A_DEPS} talvex_test_main GTest::gtest GTest::gmock)
     gtest_discover_tests(${A_NAME} TEST_PREFIX "${A_NAME}." DISCOVERY_TIMEOUT 60
                          PROPERTIES TIMEOUT 120)
 endfunction()

@@ -46,7 +46,8 @@ LogCapture::LogCapture() {
 }
 
 LogCapture::~LogCapture() {
-    platform::setLiblogLogger(platform::Logger::kDiscard);
+    // Later lines, the unload lines among them, go to stderr: never to a capture gone away.
+    platform::setLiblogLogger(platform::Logger::kStderr);
     gActive.store(nullptr);
 }
 

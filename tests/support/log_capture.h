@@ -61,7 +61,8 @@ private:
 };
 
 // Sends every later line to stderr, one per line, as "<priority> <text>", and keeps doing so
-// through the process's exit: for own-process cases that check what is logged at unload.
+// through the process's exit without reading tags (liblog's default tag is gone by then). Every
+// host test binary starts so (support/test_main.cpp); a LogCapture returns to it when it ends.
 void logToStderrThroughExit();
 
 }  // namespace talvex::test

@@ -14,8 +14,6 @@ void capture(const struct __android_log_message* message) {
     LogCapture::add(message->priority, message->tag, message->message);
 }
 
-void discard(const struct __android_log_message*) {}
-
 void toStderr(const struct __android_log_message* message) {
     fprintf(stderr, "%d %s\n", message->priority, message->message ? message->message : "");
 }
@@ -27,9 +25,7 @@ std::string defaultTag() {
 }
 
 void platform::setLiblogLogger(Logger logger) {
-    __android_log_set_logger(logger == Logger::kCapture   ? &capture
-                             : logger == Logger::kDiscard ? &discard
-                                                          : &toStderr);
+    __android_log_set_logger(logger == Logger::kCapture ? &capture : &toStderr);
 }
 
 }  // namespace talvex::test

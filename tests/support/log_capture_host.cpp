@@ -14,8 +14,6 @@ void capture(const struct __android_logger_data* data, const char* message) {
     LogCapture::add(data->priority, data->tag, message);
 }
 
-void discard(const struct __android_logger_data*, const char*) {}
-
 void toStderr(const struct __android_logger_data* data, const char* message) {
     fprintf(stderr, "%d %s\n", data->priority, message ? message : "");
 }
@@ -27,9 +25,7 @@ std::string defaultTag() {
 }
 
 void platform::setLiblogLogger(Logger logger) {
-    __android_log_set_logger(logger == Logger::kCapture   ? &capture
-                             : logger == Logger::kDiscard ? &discard
-                                                          : &toStderr);
+    __android_log_set_logger(logger == Logger::kCapture ? &capture : &toStderr);
 }
 
 }  // namespace talvex::test

@@ -6,8 +6,7 @@ namespace talvex::test::platform {
 
 enum class Logger {
     kCapture,  // every line to `LogCapture::add`
-    kDiscard,  // every line dropped
-    kStderr,   // every line to stderr as "<priority> <text>"
+    kStderr,   // every line to stderr as "<priority> <text>", the tag never read
 };
 
 // Installs `logger` as liblog's logger.
