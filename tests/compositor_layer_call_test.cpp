@@ -104,7 +104,7 @@ TEST_F(CompositorLayerCall, SendsOneWayRequestReadBackAsSurfaceFlingerWould) {
     ASSERT_EQ(1u, lines.size());
     EXPECT_EQ("Talvex-Graphics:callSurfaceFlingerByLayer async over: #42", lines[0].text);
     EXPECT_EQ(ANDROID_LOG_DEBUG, lines[0].priority);
-    EXPECT_EQ(nullTagAsLogged(), lines[0].tag);
+    EXPECT_EQ(defaultTag(), lines[0].tag);
 }
 
 TEST_F(CompositorLayerCall, NullTokenBytesMatchKernelBinderLayout) {
@@ -185,7 +185,7 @@ TEST_F(CompositorLayerCallMissing, MissingCompositorIsLoggedEveryCallAndRetriedU
     ASSERT_EQ(2u, errors.size());
     EXPECT_EQ(kServiceMissing, errors[0].text);
     EXPECT_EQ(ANDROID_LOG_ERROR, errors[0].priority);
-    EXPECT_EQ(nullTagAsLogged(), errors[0].tag);
+    EXPECT_EQ(defaultTag(), errors[0].tag);
     EXPECT_EQ(0u, mLogs.count("async over"));
     EXPECT_EQ(nullptr, TalvexFrameRecordTestPeer::surfaceFlinger(*mRecord));
 

@@ -151,7 +151,7 @@ TEST_F(DumperThreadTest, EnsureTaskFinishBehindLongTaskTimesOutAfter100ms) {
     ASSERT_EQ(1u, lines.size());
     EXPECT_EQ(kTimeoutLine, lines[0].text);
     EXPECT_EQ(ANDROID_LOG_DEBUG, lines[0].priority);
-    EXPECT_EQ(nullTagAsLogged(), lines[0].tag);
+    EXPECT_EQ(defaultTag(), lines[0].tag);
 
     // The stale marker runs later, harmlessly; the next barrier passes without a line.
     ASSERT_TRUE(ready(longDone));

@@ -46,7 +46,7 @@ TEST(FrameRecordSingleton, GetterReturnsRealRecordOnUserdebugAndLogsItsCreation)
         ASSERT_EQ(1u, created.size());
         EXPECT_EQ(constructorLine(record, 1), created[0].text);
         EXPECT_EQ(ANDROID_LOG_INFO, created[0].priority);
-        EXPECT_EQ(nullTagAsLogged(), created[0].tag);
+        EXPECT_EQ(defaultTag(), created[0].tag);
     });
 }
 

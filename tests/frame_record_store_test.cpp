@@ -37,7 +37,7 @@ void expectDisabledOn(const char* buildType) {
     EXPECT_FALSE(record.getEnable());
     ASSERT_EQ(1u, logs.lines().size());
     EXPECT_EQ(ANDROID_LOG_INFO, logs.lines()[0].priority);
-    EXPECT_EQ(nullTagAsLogged(), logs.lines()[0].tag);
+    EXPECT_EQ(defaultTag(), logs.lines()[0].tag);
     EXPECT_EQ(constructorLine(&record, 0), logs.lines()[0].text);
 
     android::sp<android::SurfaceControl> control = makeSurfaceControl(7, "layer7");
@@ -95,7 +95,7 @@ TEST_F(FrameRecordStore, UserdebugBuildLogsEnable1AtInfoWithNullTag) {
     EXPECT_TRUE(TalvexFrameRecord::checkRecordEnable());
     ASSERT_EQ(1u, mLogs.lines().size());
     EXPECT_EQ(ANDROID_LOG_INFO, mLogs.lines()[0].priority);
-    EXPECT_EQ(nullTagAsLogged(), mLogs.lines()[0].tag);
+    EXPECT_EQ(defaultTag(), mLogs.lines()[0].tag);
     EXPECT_EQ(constructorLine(mRecord.get(), 1), mLogs.lines()[0].text);
 }
 

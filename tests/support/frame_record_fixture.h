@@ -57,11 +57,6 @@ public:
 
 namespace talvex::test {
 
-// The tag a line logged with a null tag arrives with: liblog's default tag, the program's name.
-inline std::string nullTagAsLogged() {
-    return defaultTag();
-}
-
 // Returns the frame numbers of `frames`, in the map's (ascending) order.
 template <typename FrameMap>
 std::vector<unsigned long> frameNumbers(const FrameMap& frames) {

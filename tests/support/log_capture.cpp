@@ -63,12 +63,6 @@ std::vector<LogLine> LogCapture::lines() const {
     return mLines;
 }
 
-std::vector<std::string> LogCapture::texts() const {
-    std::vector<std::string> out;
-    for (const LogLine& line : lines()) out.push_back(line.text);
-    return out;
-}
-
 std::vector<LogLine> LogCapture::linesContaining(const std::string& needle) const {
     std::vector<LogLine> out;
     for (const LogLine& line : lines()) {

@@ -44,8 +44,6 @@ public:
 
     // Returns a copy of the lines captured so far, in arrival order.
     std::vector<LogLine> lines() const;
-    // Returns the texts of the captured lines, in arrival order.
-    std::vector<std::string> texts() const;
     // Returns the lines whose text contains `needle`.
     std::vector<LogLine> linesContaining(const std::string& needle) const;
     // Returns how many captured lines contain `needle`.
