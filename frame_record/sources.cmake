@@ -1,4 +1,4 @@
-# Frame record (Subsystem 2), one file per Part. Paths are relative to the top directory.
+# Frame record, one file per concern. Paths are relative to the top directory.
 # Android.bp lists program_name_android.cpp in place of program_name_host.cpp.
 set(TALVEX_FRAME_RECORD_SRCS
     frame_record/frame_record_store.cpp

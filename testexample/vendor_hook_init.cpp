@@ -1,4 +1,4 @@
-// Part 1.1: the vendor entry, the one place that names the real classes.
+// The vendor entry, the one place that names the real classes.
 #include "frame_record/TalvexFrameRecord.h"
 #include "talvex_libgui_utils/libgui_ext_interface.h"
 #include "testexample/TestExample.h"

@@ -1,4 +1,4 @@
-# Hook module: Parts 2.1, 1.1, 1.2.
+# Hook module: frame vocabulary, registry and loader, getters and fallbacks.
 add_library(talvex_no_entry MODULE ${CMAKE_CURRENT_SOURCE_DIR}/support/no_entry_library.cpp)
 
 talvex_cc_test(NAME frame_type_test
@@ -13,8 +13,6 @@ talvex_cc_test(NAME libgui_ext_interface_test
 talvex_cc_test(NAME hook_getters_test
     SRCS ${CMAKE_CURRENT_SOURCE_DIR}/hook_getters_test.cpp
     DEPS talvex_library_internals talvex_test_support)
-if(TARGET libgui_ext_interface_test)
-    target_compile_definitions(libgui_ext_interface_test PRIVATE
-        TALVEX_NO_ENTRY_LIBRARY="$<TARGET_FILE:talvex_no_entry>")
-    add_dependencies(libgui_ext_interface_test talvex_no_entry)
-endif()
+target_compile_definitions(libgui_ext_interface_test PRIVATE
+    TALVEX_NO_ENTRY_LIBRARY="$<TARGET_FILE:talvex_no_entry>")
+add_dependencies(libgui_ext_interface_test talvex_no_entry)
