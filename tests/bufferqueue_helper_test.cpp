@@ -302,7 +302,7 @@ TEST(BufferSizeLimiter, CapsOnlyWhenAskedAboveFourThousand) {
         {"1", 1, 4001, 100, 0, 4000, 100},   {"1", 1, 100, 4001, 1, 100, 4000},
         {"1", 1, 4096, 2160, 1, 4000, 2160}, {"1", 1, 5000, 5000, 0, 4000, 4000},
     };
-    TalvexBufferQueueHelper helper;
+    TalvexBufferQueueHelper helper;  // one helper: the property must be read on every call
     for (const Case& c : cases) {
         SCOPED_TRACE(
             format("property '%s' mode %d size %dx%d", c.property, c.mode, c.width, c.height));
@@ -335,29 +335,6 @@ TEST(BufferSizeLimiter, CapsOnlyWhenAskedAboveFourThousand) {
             EXPECT_TRUE(helperTexts(logs, ANDROID_LOG_DEBUG).empty());
         }
     }
-}
-
-TEST(BufferSizeLimiter, PropertyIsReadOnEveryCallAndARepeatLogsWithoutResizing) {
-    TalvexBufferQueueHelper helper;
-    sp<android::BLASTBufferQueue> bbq = makeBlastBufferQueue("limited", 1);
-    auto* consumer = static_cast<android::ConsumerBase*>(bbq->hostBufferItemConsumer().get());
-    const size_t callsBefore = consumer->hostDefaultBufferSizeCalls().size();
-    int32_t requested[2] = {4096, 2160};
-    int32_t size[2] = {64, 32};
-    LogCapture logs;
-    helper.resetBBQRequestSize(requested, size, consumer, 1, 0);
-    EXPECT_EQ(64, size[0]);
-    {
-        ScopedProperty property("debug.graphics.unsupport4K", "1");
-        helper.resetBBQRequestSize(requested, size, consumer, 1, 0);
-        helper.resetBBQRequestSize(requested, size, consumer, 1, 0);
-    }
-    EXPECT_EQ(4000, size[0]);
-    size[0] = 64;
-    helper.resetBBQRequestSize(requested, size, consumer, 1, 0);
-    EXPECT_EQ(64, size[0]) << "the property is off again";
-    EXPECT_EQ(2u, logs.count("Not Support over 4k"));
-    EXPECT_EQ(callsBefore + 1, consumer->hostDefaultBufferSizeCalls().size());
 }
 
 TEST(BufferQueueHelperRegistry, BadInputIsIgnoredWithOnlyTheCheckLine) {
