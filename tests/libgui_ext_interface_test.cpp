@@ -93,12 +93,13 @@ TEST(Loader, FirstLoadRunsTheVendorEntry) {
         ASSERT_TRUE(HOOK_REGISTER_MAP.empty());
         EXPECT_EQ(0, hook_module_init());
         ASSERT_NE(nullptr, libgui_ext_handle);
-        EXPECT_THAT(registryKeys(), ElementsAre("TalvexFrameRecord", "TalvexTestExample"));
+        EXPECT_THAT(registryKeys(), ElementsAre("TalvexBufferQueueHelper", "TalvexFrameRecord",
+                                                "TalvexTestExample"));
         const auto lines = logs.lines();
         ASSERT_EQ(1u, lines.size());
         EXPECT_EQ(ANDROID_LOG_INFO, lines[0].priority);
         EXPECT_EQ(initLine(), lines[0].text);
-        EXPECT_EQ("hook_module_init libgui_talvex_utils.so over, map size:2, library handle:" +
+        EXPECT_EQ("hook_module_init libgui_talvex_utils.so over, map size:3, library handle:" +
                       pointerText(libgui_ext_handle),
                   lines[0].text);
     });
