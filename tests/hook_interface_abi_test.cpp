@@ -39,6 +39,54 @@ static_assert(sizeof(FrameStartStatus) == kStartTime + sizeof(int64_t));
 static_assert(sizeof(FrameStartStatus) == 24 && kStartTime == 16);
 #endif
 
+}  // namespace
+
+// The slot layout libgui was built against: same signatures, in slot order, destructor last.
+// Outside the anonymous namespace: with no derived class in sight, an optimizer that sees every
+// subclass of a local type would bind these calls to the pure declarations.
+namespace abi_mirror {
+class FrameRecordSlots {
+public:
+    virtual bool slot0() = 0;
+    virtual void slot1(int, void*) = 0;
+    virtual void slot2(std::string&) = 0;
+    virtual void slot3(void*, const std::string&, void*) = 0;
+    virtual void slot4(int, unsigned long, FrameStartStatus) = 0;
+    virtual void slot5(int, unsigned long, FrameType) = 0;
+    virtual void slot6(void*, unsigned long, FrameType) = 0;
+    virtual void slot7(const sp<IBinder>&, int) = 0;
+    virtual void slot8(long) = 0;
+    virtual void slot9(long) = 0;
+    virtual std::unordered_map<long, long> slot10() = 0;
+    virtual std::string slot11(long, long) = 0;
+    virtual void slot12(std::function<void()>&&) = 0;
+    virtual void slot13() = 0;
+    virtual ~FrameRecordSlots() = default;
+};
+
+class BufferQueueHelperSlots {
+public:
+    virtual void slot0(void*, bool) = 0;
+    virtual void slot1(void*, void*) = 0;
+    virtual void slot2(void*) = 0;
+    virtual void slot3(void*) = 0;
+    virtual void slot4(void*, void*) = 0;
+    virtual void slot5(void*, void*, void*, int, int) = 0;
+    virtual ~BufferQueueHelperSlots() = default;
+};
+
+class TestExampleSlots {
+public:
+    virtual void slot0() = 0;
+    virtual ~TestExampleSlots() = default;
+};
+
+}  // namespace abi_mirror
+
+namespace {
+
+using namespace abi_mirror;
+
 // Implementations whose every operation records its own name.
 struct Recorder {
     void on(const char* name) { ran.push_back(name); }
@@ -76,47 +124,11 @@ struct TestExampleRecorder final : ITestExampleClass, Recorder {
     void sayHello() override { on("sayHello"); }
 };
 
-// The slot layout libgui was built against: same signatures, in slot order, destructor last.
-class FrameRecordSlots {
-public:
-    virtual bool slot0() = 0;
-    virtual void slot1(int, void*) = 0;
-    virtual void slot2(std::string&) = 0;
-    virtual void slot3(void*, const std::string&, void*) = 0;
-    virtual void slot4(int, unsigned long, FrameStartStatus) = 0;
-    virtual void slot5(int, unsigned long, FrameType) = 0;
-    virtual void slot6(void*, unsigned long, FrameType) = 0;
-    virtual void slot7(const sp<IBinder>&, int) = 0;
-    virtual void slot8(long) = 0;
-    virtual void slot9(long) = 0;
-    virtual std::unordered_map<long, long> slot10() = 0;
-    virtual std::string slot11(long, long) = 0;
-    virtual void slot12(std::function<void()>&&) = 0;
-    virtual void slot13() = 0;
-    virtual ~FrameRecordSlots() = default;
-};
-
-class BufferQueueHelperSlots {
-public:
-    virtual void slot0(void*, bool) = 0;
-    virtual void slot1(void*, void*) = 0;
-    virtual void slot2(void*) = 0;
-    virtual void slot3(void*) = 0;
-    virtual void slot4(void*, void*) = 0;
-    virtual void slot5(void*, void*, void*, int, int) = 0;
-    virtual ~BufferQueueHelperSlots() = default;
-};
-
-class TestExampleSlots {
-public:
-    virtual void slot0() = 0;
-    virtual ~TestExampleSlots() = default;
-};
-
 // Calls every slot in order through the interface's vtable, as libgui does. The mirror type is
 // deliberately not the object's type: the vptr sanitizer would rightly object to that call.
-__attribute__((no_sanitize("vptr"))) void callEverySlot(IFrameRecord* object) {
+__attribute__((noinline, no_sanitize("vptr"))) void callEverySlot(IFrameRecord* object) {
     auto* slots = reinterpret_cast<FrameRecordSlots*>(object);
+    asm volatile("" : "+r"(slots));  // the optimizer must not know what `slots` points to
     std::string text;
     slots->slot0();
     slots->slot1(0, nullptr);
@@ -134,8 +146,9 @@ __attribute__((no_sanitize("vptr"))) void callEverySlot(IFrameRecord* object) {
     slots->slot13();
 }
 
-__attribute__((no_sanitize("vptr"))) void callEverySlot(IBufferQueueHelper* object) {
+__attribute__((noinline, no_sanitize("vptr"))) void callEverySlot(IBufferQueueHelper* object) {
     auto* slots = reinterpret_cast<BufferQueueHelperSlots*>(object);
+    asm volatile("" : "+r"(slots));
     slots->slot0(nullptr, false);
     slots->slot1(nullptr, nullptr);
     slots->slot2(nullptr);
@@ -144,8 +157,10 @@ __attribute__((no_sanitize("vptr"))) void callEverySlot(IBufferQueueHelper* obje
     slots->slot5(nullptr, nullptr, nullptr, 0, 0);
 }
 
-__attribute__((no_sanitize("vptr"))) void callEverySlot(ITestExampleClass* object) {
-    reinterpret_cast<TestExampleSlots*>(object)->slot0();
+__attribute__((noinline, no_sanitize("vptr"))) void callEverySlot(ITestExampleClass* object) {
+    auto* slots = reinterpret_cast<TestExampleSlots*>(object);
+    asm volatile("" : "+r"(slots));
+    slots->slot0();
 }
 
 TEST(HookInterfaceSlots, FrameRecordOperationsSitInDeclarationOrder) {
