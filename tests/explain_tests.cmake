@@ -3,7 +3,7 @@ add_library(talvex_explain_sample STATIC ${CMAKE_CURRENT_SOURCE_DIR}/explain_sam
 target_include_directories(talvex_explain_sample PUBLIC ${CMAKE_CURRENT_SOURCE_DIR})
 target_compile_options(talvex_explain_sample PRIVATE ${TALVEX_WARNINGS})
 
-foreach(t explain_parser_test)
+foreach(t explain_parser_test explain_output_test explain_html_test)
     talvex_cc_test(NAME ${t}
         SRCS ${CMAKE_CURRENT_SOURCE_DIR}/${t}.cpp
         DEPS talvex_explain_lib talvex_explain_sample)
