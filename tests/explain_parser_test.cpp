@@ -63,7 +63,9 @@ TEST_P(EveryFormat, FindsTheSameStallWithForeignLinesBetween) {
         const std::string expected = GetParam().format == "long"  ? "long"
                                      : GetParam().format == "tag" ? "tag"
                                                                   : "";
-        if (!expected.empty()) EXPECT_EQ(a.format, expected);
+        if (!expected.empty()) {
+            EXPECT_EQ(a.format, expected);
+        }
     }
 }
 
