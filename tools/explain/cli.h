@@ -1,0 +1,21 @@
+// The command line of talvex-explain, as a function the tests call like main does.
+#pragma once
+
+#include <ostream>
+
+namespace talvex::explain {
+
+// Exit codes, documented in docs/explain.md.
+enum ExitCode : int {
+    kExitNoFindings = 0,  // read, nothing to report
+    kExitFindings = 1,    // read, findings printed
+    kExitUnreadable = 2,  // the input could not be read at all
+    kExitUsage = 3,       // bad command line, or an output file could not be written
+};
+
+// Runs the tool: the report goes to `out`, warnings, errors and progress to `err`. Progress is
+// shown only when `errIsTerminal`.
+int runExplain(int argc, const char* const* argv, std::ostream& out, std::ostream& err,
+               bool errIsTerminal);
+
+}  // namespace talvex::explain

@@ -1,0 +1,25 @@
+// The analyzer's entry points: text in, the rebuilt dumps and the findings out.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "dump_model.h"
+
+namespace talvex::explain {
+
+struct Thresholds {
+    int64_t stuckFrameNs = 100'000'000;       // unreleased this long before the dump: stuck
+    int64_t pendingCallbackNs = 100'000'000;  // pending this long: an old callback
+};
+
+// Adds the findings and per-layer step latencies to what the parser rebuilt.
+void addFindings(Analysis& analysis, const Thresholds& thresholds);
+
+// Reads a whole log held in memory (any format and encoding) and explains it.
+Analysis explainText(std::string_view text, const Thresholds& thresholds = {});
+
+// "1503.2 ms" for a duration in ns.
+std::string formatDuration(int64_t ns);
+
+}  // namespace talvex::explain

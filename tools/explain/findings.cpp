@@ -1,0 +1,255 @@
+// What a graphics engineer would otherwise work out by hand from the dumps.
+#include <algorithm>
+#include <cinttypes>
+#include <map>
+#include <set>
+
+#include "dump_parser.h"
+#include "explain.h"
+#include "line_reader.h"
+#include "timeline.h"
+
+namespace talvex::explain {
+namespace {
+
+// Steps after which a frame's buffer is back with the producer.
+bool isRelease(int type) {
+    return type == 2 || type == 7 || type == 8 || type == 9;
+}
+
+Finding makeFinding(const char* kind, int pid, std::string layer = {}) {
+    Finding f;
+    f.kind = kind;
+    f.pid = pid;
+    f.layer = std::move(layer);
+    return f;
+}
+
+// For each key, the index of the last dump that holds it: a later dump of the same process
+// shows the same record further on, so only the latest view is judged.
+template <typename Key, typename KeyOf>
+std::map<Key, size_t> latestDumps(const std::vector<BlastDump>& dumps, KeyOf keyOf) {
+    std::map<Key, size_t> latest;
+    for (size_t i = 0; i < dumps.size(); ++i) {
+        for (const Key& key : keyOf(dumps[i])) latest[key] = i;
+    }
+    return latest;
+}
+
+void producerStarved(Analysis& a) {
+    for (const CoreDump& dump : a.coreDumps) {
+        if (dump.slots.empty()) continue;
+        std::map<std::string, int> held;
+        Finding f = makeFinding("producer-starved", dump.origin.pid, dump.name);
+        bool anyFree = false;
+        for (const SlotState& slot : dump.slots) {
+            if (slot.group != SlotState::Group::kActive) {
+                anyFree = true;
+                break;
+            }
+            ++held[slot.state];
+            f.frames.push_back(slot.frame);
+            f.evidence.push_back(slot.line);
+        }
+        if (anyFree) continue;
+        std::string states;
+        for (const auto& [state, count] : held) {
+            states += (states.empty() ? "" : ", ") + std::to_string(count) + " " + state;
+        }
+        f.summary = "queue \"" + dump.name + "\": no free slot, the producer cannot dequeue (" +
+                    std::to_string(dump.slots.size()) + " held: " + states + "; max dequeued " +
+                    std::to_string(dump.maxDequeued) + ", max acquired " +
+                    std::to_string(dump.maxAcquired) + ")";
+        a.findings.push_back(std::move(f));
+    }
+}
+
+using LayerKey = std::pair<int, int>;  // pid, layer id
+
+void stuckFrames(Analysis& a, const Thresholds& t) {
+    const auto latest = latestDumps<LayerKey>(a.blastDumps, [](const BlastDump& d) {
+        std::vector<LayerKey> keys;
+        if (d.record) {
+            for (const auto& layer : d.record->layers) keys.emplace_back(d.origin.pid, layer.id);
+        }
+        return keys;
+    });
+    for (const auto& [key, index] : latest) {
+        const BlastDump& dump = a.blastDumps[index];
+        const int64_t now = dump.dumpTime();
+        for (const FrameRecordLayer& layer : dump.record->layers) {
+            if (layer.id != key.second) continue;
+            Finding f = makeFinding("stuck-frames", key.first, layerLabel(layer));
+            std::string frames;
+            for (const FrameRecordFrame& frame : layer.frames) {
+                const bool released = !frame.events.empty() && isRelease(frame.events.back().type);
+                if (released) continue;
+                const int64_t last =
+                    frame.events.empty() ? frame.startTime : frame.events.back().time;
+                const bool known = now != 0 && last != 0;
+                if (known && now - last < t.stuckFrameNs) continue;
+                const std::string step =
+                    frame.events.empty() ? "its start" : frameTypeName(frame.events.back().type);
+                frames += (frames.empty() ? "" : "; ") + std::string("frame ") +
+                          std::to_string(frame.number) + " stuck after " + step + " for " +
+                          (known ? formatDuration(now - last) : std::string("an unknown time"));
+                f.frames.push_back(frame.number);
+                f.evidence.push_back(frame.line);
+            }
+            if (f.frames.empty()) continue;
+            f.summary = f.layer + ": " + std::to_string(f.frames.size()) +
+                        (f.frames.size() == 1 ? " frame" : " frames") + " not released: " + frames;
+            a.findings.push_back(std::move(f));
+        }
+    }
+}
+
+void oldCallbacks(Analysis& a, const Thresholds& t) {
+    const auto latest = latestDumps<int>(a.blastDumps, [](const BlastDump& d) {
+        return d.listener ? std::vector<int>{d.origin.pid} : std::vector<int>{};
+    });
+    for (const auto& [pid, index] : latest) {
+        const ListenerState& l = *a.blastDumps[index].listener;
+        std::map<std::string, Finding> byLayer;
+        for (const PendingCallback& cb : l.callbacks) {
+            if (cb.addTime == 0 || l.now == 0 || l.now - cb.addTime < t.pendingCallbackNs) continue;
+            std::string layer;
+            for (const LayerRef& s : cb.surfaces) layer += (layer.empty() ? "" : ", ") + s.name;
+            if (layer.empty()) layer = "(no surface)";
+            Finding& f =
+                byLayer.try_emplace(layer, makeFinding("old-callbacks", pid, layer)).first->second;
+            f.summary += (f.summary.empty() ? "" : "; ") + std::string("callback ") +
+                         std::to_string(cb.id) + (cb.onComplete ? " (complete)" : " (commit)") +
+                         " pending for " + formatDuration(l.now - cb.addTime);
+            f.evidence.push_back(cb.line);
+        }
+        for (auto& [layer, f] : byLayer) {
+            f.summary = "\"" + layer + "\": transaction callbacks never came back: " + f.summary;
+            a.findings.push_back(std::move(f));
+        }
+    }
+}
+
+void unreleasedBuffers(Analysis& a) {
+    const auto latest =
+        latestDumps<std::pair<int, std::string>>(a.blastDumps, [](const BlastDump& d) {
+            return d.hasBlast && d.listener
+                       ? std::vector<std::pair<int, std::string>>{{d.origin.pid, d.queueName}}
+                       : std::vector<std::pair<int, std::string>>{};
+        });
+    for (const auto& [key, index] : latest) {
+        const BlastDump& dump = a.blastDumps[index];
+        Finding f = makeFinding("unreleased-buffers", key.first, dump.blast.name);
+        std::string list;
+        for (const SubmittedBuffer& s : dump.blast.submitted) {
+            const auto& releases = dump.listener->releases;
+            const bool hasCallback =
+                std::any_of(releases.begin(), releases.end(),
+                            [&](const ReleaseCallback& r) { return r.id == s.id; });
+            if (hasCallback) continue;
+            list += (list.empty() ? "" : ", ") + std::string("frame ") + std::to_string(s.frame) +
+                    " (slot " + std::to_string(s.slot) + ", buffer " +
+                    (s.id.invalid ? std::string("INVALID_ID") : std::to_string(s.id.bufferId)) + ")";
+            f.frames.push_back(s.frame);
+            f.evidence.push_back(s.line);
+        }
+        if (f.frames.empty()) continue;
+        if (dump.listener->releaseLine) f.evidence.push_back(dump.listener->releaseLine);
+        f.summary = "queue \"" + dump.blast.name + "\": submitted with no release callback: " + list;
+        a.findings.push_back(std::move(f));
+    }
+}
+
+void compositorUnreachable(Analysis& a) {
+    std::map<int, Finding> byPid;
+    for (const CompositorLine& l : a.compositorLines) {
+        if (l.kind == CompositorLine::Kind::kSent) continue;
+        Finding& f =
+            byPid.try_emplace(l.origin.pid, makeFinding("compositor-unreachable", l.origin.pid))
+                .first->second;
+        f.evidence.push_back(l.origin.firstLine);
+        f.summary = std::string("the layer was not named to the compositor: ") +
+                    (l.kind == CompositorLine::Kind::kNoServiceManager
+                         ? "no service manager"
+                         : "the compositor service is not registered") +
+                    " (" + std::to_string(f.evidence.size()) + " times)";
+    }
+    for (auto& [pid, f] : byPid) a.findings.push_back(std::move(f));
+}
+
+// The nearest-rank percentile of sorted samples.
+int64_t percentile(const std::vector<int64_t>& sorted, int p) {
+    const size_t rank = (sorted.size() * static_cast<size_t>(p) + 99) / 100;
+    return sorted[rank == 0 ? 0 : rank - 1];
+}
+
+void stepLatencies(Analysis& a) {
+    // available -> acquire -> apply -> commit -> complete -> release; each step is the first
+    // event of any of its kinds.
+    static const std::vector<std::pair<const char*, std::vector<int>>> kSteps = {
+        {"available", {0}}, {"acquire", {1, 2}},  {"apply", {11}},
+        {"commit", {6, 3}}, {"complete", {5, 4}}, {"release", {7, 8, 9}},
+    };
+    const auto latest = latestDumps<LayerKey>(a.blastDumps, [](const BlastDump& d) {
+        std::vector<LayerKey> keys;
+        if (d.record) {
+            for (const auto& layer : d.record->layers) keys.emplace_back(d.origin.pid, layer.id);
+        }
+        return keys;
+    });
+    for (const auto& [key, index] : latest) {
+        for (const FrameRecordLayer& layer : a.blastDumps[index].record->layers) {
+            if (layer.id != key.second) continue;
+            LayerLatency out{key.first, layerLabel(layer), {}};
+            for (size_t s = 0; s + 1 < kSteps.size(); ++s) {
+                std::vector<int64_t> samples;
+                for (const FrameRecordFrame& frame : layer.frames) {
+                    int64_t from = 0, to = 0;
+                    for (const FrameEvent& e : frame.events) {
+                        const auto& kinds0 = kSteps[s].second;
+                        const auto& kinds1 = kSteps[s + 1].second;
+                        if (!from && std::count(kinds0.begin(), kinds0.end(), e.type))
+                            from = e.time;
+                        if (!to && std::count(kinds1.begin(), kinds1.end(), e.type)) to = e.time;
+                    }
+                    if (from && to && to >= from) samples.push_back(to - from);
+                }
+                if (samples.empty()) continue;
+                std::sort(samples.begin(), samples.end());
+                out.steps.push_back({kSteps[s].first, kSteps[s + 1].first, samples.size(),
+                                     percentile(samples, 50), percentile(samples, 90),
+                                     samples.back()});
+            }
+            if (!out.steps.empty()) a.latencies.push_back(std::move(out));
+        }
+    }
+}
+
+}  // namespace
+
+std::string formatDuration(int64_t ns) {
+    char text[32];
+    snprintf(text, sizeof(text), "%.1f ms", static_cast<double>(ns) / 1e6);
+    return text;
+}
+
+void addFindings(Analysis& analysis, const Thresholds& thresholds) {
+    producerStarved(analysis);
+    stuckFrames(analysis, thresholds);
+    oldCallbacks(analysis, thresholds);
+    unreleasedBuffers(analysis);
+    compositorUnreachable(analysis);
+    stepLatencies(analysis);
+}
+
+Analysis explainText(std::string_view text, const Thresholds& thresholds) {
+    DumpParser parser;
+    LineReader reader([&](std::string_view line) { parser.addLine(line); });
+    reader.add(text.data(), text.size());
+    reader.finish();
+    Analysis analysis = parser.finish();
+    addFindings(analysis, thresholds);
+    return analysis;
+}
+
+}  // namespace talvex::explain

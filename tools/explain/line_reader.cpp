@@ -1,0 +1,135 @@
+#include "line_reader.h"
+
+#include <cstring>
+
+namespace talvex::explain {
+namespace {
+
+void appendUtf8(std::string& out, char32_t c) {
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+    } else if (c < 0x800) {
+        out += static_cast<char>(0xC0 | (c >> 6));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        out += static_cast<char>(0xE0 | (c >> 12));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (c >> 18));
+        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+}
+
+constexpr char32_t kReplacement = 0xFFFD;
+
+}  // namespace
+
+void LineReader::add(const char* data, size_t size) {
+    if (mEncoding == Encoding::kUnknown) {
+        mHead.append(data, size);
+        if (mHead.size() < 3) return;
+        std::string head = std::move(mHead);
+        mHead.clear();
+        if (head.compare(0, 2, "\xFF\xFE") == 0) {
+            mEncoding = Encoding::kUtf16le;
+            addUtf16(head.data() + 2, head.size() - 2);
+        } else {
+            mEncoding = Encoding::kUtf8;
+            const size_t bom = head.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
+            addUtf8(head.data() + bom, head.size() - bom);
+        }
+        return;
+    }
+    if (mEncoding == Encoding::kUtf16le) {
+        addUtf16(data, size);
+    } else {
+        addUtf8(data, size);
+    }
+}
+
+void LineReader::emit(std::string_view line) {
+    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
+    mSink(line);
+}
+
+void LineReader::addUtf8(const char* data, size_t size) {
+    const char* end = data + size;
+    while (data < end) {
+        const char* newline = static_cast<const char*>(memchr(data, '\n', end - data));
+        if (!newline) {
+            mPartial.append(data, end);
+            return;
+        }
+        if (mPartial.empty()) {
+            emit(std::string_view(data, newline - data));
+        } else {
+            mPartial.append(data, newline);
+            emit(mPartial);
+            mPartial.clear();
+        }
+        data = newline + 1;
+    }
+}
+
+void LineReader::addUtf16(const char* data, size_t size) {
+    mDecoded.clear();
+    auto unit = [&](unsigned char lo, unsigned char hi) {
+        const char16_t u = static_cast<char16_t>(lo | (hi << 8));
+        if (mHighSurrogate) {
+            const char16_t high = mHighSurrogate;
+            mHighSurrogate = 0;
+            if (u >= 0xDC00 && u <= 0xDFFF) {
+                appendUtf8(mDecoded, 0x10000 + ((high - 0xD800) << 10) + (u - 0xDC00));
+                return;
+            }
+            appendUtf8(mDecoded, kReplacement);
+        }
+        if (u >= 0xD800 && u <= 0xDBFF) {
+            mHighSurrogate = u;
+        } else if (u >= 0xDC00 && u <= 0xDFFF) {
+            appendUtf8(mDecoded, kReplacement);
+        } else {
+            appendUtf8(mDecoded, u);
+        }
+    };
+    size_t i = 0;
+    if (!mOddByte.empty() && size > 0) {
+        unit(static_cast<unsigned char>(mOddByte[0]), static_cast<unsigned char>(data[0]));
+        mOddByte.clear();
+        i = 1;
+    }
+    for (; i + 1 < size; i += 2) {
+        unit(static_cast<unsigned char>(data[i]), static_cast<unsigned char>(data[i + 1]));
+    }
+    if (i < size) mOddByte.assign(1, data[i]);
+    addUtf8(mDecoded.data(), mDecoded.size());
+}
+
+void LineReader::finish() {
+    if (mEncoding == Encoding::kUnknown && !mHead.empty()) {
+        std::string head = std::move(mHead);
+        mHead.clear();
+        if (head == "\xFF\xFE") {
+            mEncoding = Encoding::kUtf16le;  // a UTF-16 file holding nothing but its BOM
+        } else {
+            mEncoding = Encoding::kUtf8;
+            addUtf8(head.data(), head.size());
+        }
+    }
+    if (mHighSurrogate || !mOddByte.empty()) {
+        mDecoded.clear();
+        appendUtf8(mDecoded, kReplacement);
+        mHighSurrogate = 0;
+        mOddByte.clear();
+        addUtf8(mDecoded.data(), mDecoded.size());
+    }
+    if (!mPartial.empty()) {
+        emit(mPartial);
+        mPartial.clear();
+    }
+}
+
+}  // namespace talvex::explain

@@ -1,0 +1,41 @@
+// Turns the bytes of a log, in chunks of any size, into lines: UTF-8 (with or without a BOM) or
+// UTF-16LE with a BOM (as Windows tools save text), LF or CRLF line ends.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <string>
+#include <string_view>
+
+namespace talvex::explain {
+
+class LineReader {
+public:
+    using Sink = std::function<void(std::string_view line)>;
+    explicit LineReader(Sink sink) : mSink(std::move(sink)) {}
+    LineReader(const LineReader&) = delete;
+    LineReader& operator=(const LineReader&) = delete;
+
+    // Reads the next bytes; complete lines go to the sink at once.
+    void add(const char* data, size_t size);
+    // Ends the input: a last line without a line break goes to the sink.
+    void finish();
+    // True once the input showed itself as UTF-16LE.
+    bool utf16() const { return mEncoding == Encoding::kUtf16le; }
+
+private:
+    enum class Encoding { kUnknown, kUtf8, kUtf16le };
+    void addUtf8(const char* data, size_t size);
+    void addUtf16(const char* data, size_t size);
+    void emit(std::string_view line);
+
+    Sink mSink;
+    Encoding mEncoding = Encoding::kUnknown;
+    std::string mHead;     // the first bytes, until the encoding is known
+    std::string mPartial;  // the start of a line whose end has not arrived
+    std::string mDecoded;  // UTF-16 input decoded to UTF-8
+    std::string mOddByte;  // half a UTF-16 unit left from the last chunk
+    char16_t mHighSurrogate = 0;
+};
+
+}  // namespace talvex::explain

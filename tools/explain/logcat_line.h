@@ -1,0 +1,28 @@
+// One physical line of a log, split into its header and its message. Knows every text layout
+// `logcat -v` writes (threadtime, time, brief, process, tag, thread, raw, long) with the time
+// variants (year, usec, nsec, epoch, monotonic, zone, uid); a line it cannot place is raw.
+#pragma once
+
+#include <string_view>
+
+namespace talvex::explain {
+
+enum class LogFormat { kRaw, kThreadtime, kTime, kBrief, kProcess, kTag, kThread, kLongHeader };
+
+// The name `logcat -v` gives the format ("threadtime", ...); "long" for a long header.
+const char* logFormatName(LogFormat format);
+
+struct LogLine {
+    LogFormat format = LogFormat::kRaw;
+    int pid = -1;
+    int tid = -1;
+    char priority = 0;           // V D I W E F, 0 when the format has none
+    std::string_view tag;        // without padding; empty when the format has none
+    std::string_view timestamp;  // as written, "" when the format has none
+    std::string_view message;    // the rest of the line; empty for a long header
+};
+
+// Splits `line` (no line break, no carriage return). Never fails: an unknown layout is raw.
+LogLine parseLogLine(std::string_view line);
+
+}  // namespace talvex::explain

@@ -1,0 +1,49 @@
+// The frames and callbacks of the dumps laid out in time, per process and layer, for the trace
+// and the HTML page. Points into the Analysis it was built from.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "dump_model.h"
+
+namespace talvex::explain {
+
+struct TimelineFrame {
+    const FrameRecordFrame* frame = nullptr;
+    int64_t start = 0, end = 0;  // its start, its last event (monotonic ns)
+    bool stuck = false;          // named by a stuck-frames finding
+    std::string lastStep;
+};
+
+struct TimelineLayer {
+    int id = 0;
+    std::string label;
+    // Frames that overlap in time go to separate lanes, so each lane nests properly.
+    std::vector<std::vector<TimelineFrame>> lanes;
+};
+
+struct TimelineCallback {
+    const PendingCallback* callback = nullptr;
+    int64_t until = 0;  // the dump that still saw it pending
+    bool old = false;   // named by an old-callbacks finding
+};
+
+struct TimelineProcess {
+    int pid = -1;
+    std::string name;
+    std::vector<TimelineLayer> layers;
+    std::vector<TimelineCallback> callbacks;
+    int64_t begin = 0, end = 0;  // the span of everything above
+};
+
+struct Timeline {
+    std::vector<TimelineProcess> processes;
+};
+
+Timeline buildTimeline(const Analysis& analysis);
+
+// `layer 5 "name"`, how findings and timelines name a frame record layer.
+std::string layerLabel(const FrameRecordLayer& layer);
+
+}  // namespace talvex::explain
