@@ -6,6 +6,7 @@ packages=(
     cmake ninja-build make clang g++ python3
     libgtest-dev libgmock-dev googletest libbenchmark-dev
     android-libutils-dev android-liblog-dev android-libbase-dev android-libcutils-dev
+    nlohmann-json3-dev libcli11-dev zlib1g-dev libzip-dev pkg-config chromium
 )
 
 missing=()
