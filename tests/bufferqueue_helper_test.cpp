@@ -1,19 +1,22 @@
-// The buffer-queue helper's dumps, limiter and registry, on host libgui objects: the texts a
-// reader relies on, byte for byte, and what bad input must not do.
+// The buffer-queue helper on host libgui objects: its dumps byte for byte, the limiter, bad input,
+// the road of one dump through the hook getters as libgui drives it, and its lock order.
+#include <android-base/stringprintf.h>
 #include <android/log.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <gui/BLASTBufferQueue.h>
 #include <gui/BufferQueueCore.h>
+#include <gui/HostCompositor.h>
 #include <gui/SurfaceComposerClient.h>
+#include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
 #include <unistd.h>
 
 #include <cinttypes>
-#include <cstdarg>
 #include <mutex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "bufferqueue_helper/TalvexBufferQueueHelper.h"
@@ -25,30 +28,19 @@
 namespace talvex::test {
 namespace {
 
-using android::BufferQueueCore;
+using android::BLASTBufferQueue;
+using android::HostCompositor;
 using android::ReleaseCallbackId;
 using android::sp;
 using android::SurfaceControl;
 using android::TalvexBufferQueueHelper;
-using android::TransactionCompletedListener;
-using android::libgui_interface::hook::getFrameRecordIns;
-using ::testing::ElementsAreArray;
+using android::base::StringPrintf;
+using namespace android::libgui_interface::hook;
+using ::testing::ElementsAre;
 using ::testing::MatchesRegex;
-using ::testing::UnorderedElementsAre;
 
-constexpr char kTag[] = "TalvexBufferQueueHelper";
 const void* const kNull = nullptr;
-
-// printf into a string: expected pointers are written by the same printf as the library's.
-std::string format(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
-std::string format(const char* fmt, ...) {
-    char text[512];
-    va_list args;
-    va_start(args, fmt);
-    vsnprintf(text, sizeof(text), fmt, args);
-    va_end(args);
-    return text;
-}
+const std::string kCheck = "dumpStateAndFrameRecord call blastbufferqueue check: ";
 
 std::vector<std::string> splitLines(const std::string& text) {
     std::vector<std::string> lines;
@@ -61,7 +53,7 @@ std::vector<std::string> splitLines(const std::string& text) {
 std::vector<std::string> helperTexts(const LogCapture& logs, int priority) {
     std::vector<std::string> texts;
     for (const LogLine& line : logs.lines()) {
-        if (line.tag != kTag) continue;
+        if (line.tag != "TalvexBufferQueueHelper") continue;
         EXPECT_EQ(priority, line.priority) << line.text;
         texts.push_back(line.text);
     }
@@ -69,184 +61,120 @@ std::vector<std::string> helperTexts(const LogCapture& logs, int priority) {
 }
 
 TEST(CoreStateDump, EveryKindOfSlotPrintsInOrderWithItsStateColumn) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    core->hostSetConsumerName(android::String8("core-under-test"));
+    sp<android::BufferQueueCore> core(new android::BufferQueueCore());
+    core->hostSetConsumerName(android::String8("core"));
     core->hostSetConnectedApi(1, 1234);
     ASSERT_EQ(android::NO_ERROR, core->hostSetDefaultBufferSize(100, 50));
     ASSERT_EQ(android::NO_ERROR, core->hostSetMaxDequeuedBufferCount(5));
-    const int acquired = core->hostDequeueBuffer();
-    ASSERT_EQ(android::NO_ERROR, core->hostQueueBuffer(acquired));
+    ASSERT_EQ(android::NO_ERROR, core->hostQueueBuffer(core->hostDequeueBuffer()));
     ASSERT_TRUE(core->hostAcquireBuffer(nullptr));
     ASSERT_EQ(android::NO_ERROR, core->hostQueueBuffer(core->hostDequeueBuffer()));
     core->hostDequeueBuffer();                    // dequeued with its buffer
     core->hostDequeueBuffer(/*allocate=*/false);  // dequeued, buffer still being allocated
     ASSERT_EQ(android::NO_ERROR, core->hostCancelBuffer(core->hostDequeueBuffer()));
-    const BufferQueueCore::HostSnapshot s = core->hostSnapshot();
+    const auto s = core->hostSnapshot();
     ASSERT_EQ((std::set<int>{0, 1, 2, 3}), s.activeBuffers);
     ASSERT_EQ((std::list<int>{4}), s.freeBuffers);
     ASSERT_FALSE(s.freeSlots.empty());
 
     // The prefix: the id in hex without 0x, then the creating process (the id's upper half).
-    std::ostringstream hexId;
-    hexId << std::hex << s.uniqueId;
     const std::string p =
-        "[core-under-test](id:" + hexId.str() + ",api:1,p:1234,c:" + std::to_string(getpid()) + ")";
-    const auto head = [&](const char* marker, int slot) {
-        return format("%s   %s[%02d:%p] ", p.c_str(), marker, slot,
-                      static_cast<const void*>(s.slots[slot].mGraphicBuffer.get()));
-    };
-    const auto state = [&](const char* column, int slot, unsigned frame) {
+        StringPrintf("[core](id:%" PRIx64 ",api:1,p:1234,c:%d)", s.uniqueId, getpid());
+    std::vector<std::string> expected;
+    const auto add = [&](const std::string& text) { expected.push_back(p + text); };
+    const auto withBuffer = [&](const char* marker, int slot, const char* column, int frame) {
         const auto& buf = s.slots[slot].mGraphicBuffer;
-        return format("%s   state=%s %p id=%" PRIu64 " frame=%u", p.c_str(), column,
-                      static_cast<const void*>(buf->handle), buf->getId(), frame);
+        add(StringPrintf("   %s[%02d:%p] ", marker, slot, static_cast<const void*>(buf.get())));
+        add(StringPrintf("   state=%s %p id=%" PRIu64 " frame=%d", column,
+                         static_cast<const void*>(buf->handle), buf->getId(), frame));
+        add(StringPrintf("   [ 100x  50:%4d,  1]\n", static_cast<int>(buf->stride)));
     };
-    const std::string geometry =
-        format("%s   [ 100x  50:%4d,  1]\n", p.c_str(), s.slots[0].mGraphicBuffer->stride);
+    add(" ---dumpBbqStateDirectly:");
+    add("  FIFO(1) mMaxAcquiredBufferCount=1 mMaxDequeuedBufferCount=5 "
+        "mDequeueBufferCannotBlock=0 mAsyncMode=0\n");
+    add("  default-size=[100x50] default-format=1 frame-counter=2");
+    add("  --Slots states--:\n");
+    withBuffer(">", 0, "ACQUIRED", 1);
+    withBuffer(" ", 1, "QUEUED  ", 2);
+    withBuffer(" ", 2, "DEQUEUED", 0);
+    add(StringPrintf("   [03:%p] ", kNull));
+    add("   state=DEQUEUED frame=0\n");
+    withBuffer("", 4, "FREE    ", 0);
+    for (int slot : s.freeSlots) add(StringPrintf("   [%02d:%p] state=FREE    \n", slot, kNull));
+    add(" dumpBbqStateDirectly end---");
 
-    std::vector<std::string> expected = {
-        p + " ---dumpBbqStateDirectly:",
-        p + "  FIFO(1) mMaxAcquiredBufferCount=1 mMaxDequeuedBufferCount=5 "
-            "mDequeueBufferCannotBlock=0 mAsyncMode=0\n",
-        p + "  default-size=[100x50] default-format=1 frame-counter=2",
-        p + "  --Slots states--:\n",
-        head(">", 0),
-        state("ACQUIRED", 0, 1),
-        geometry,
-        head(" ", 1),
-        state("QUEUED  ", 1, 2),
-        geometry,
-        head(" ", 2),
-        state("DEQUEUED", 2, 0),
-        geometry,
-        format("%s   [03:%p] ", p.c_str(), kNull),
-        p + "   state=DEQUEUED frame=0\n",
-        format("%s   [04:%p] ", p.c_str(),
-               static_cast<const void*>(s.slots[4].mGraphicBuffer.get())),
-        state("FREE    ", 4, 0),
-        geometry,
-    };
-    for (int slot : s.freeSlots) {
-        expected.push_back(format("%s   [%02d:%p] state=FREE    \n", p.c_str(), slot, kNull));
-    }
-    expected.push_back(p + " dumpBbqStateDirectly end---");
-
-    LogCapture logs;
     TalvexBufferQueueHelper helper;
-    logs.clear();
+    LogCapture logs;
     helper.dumpBQCoreStateCalledByBlast(core.get());
-    EXPECT_THAT(helperTexts(logs, ANDROID_LOG_ERROR), ElementsAreArray(expected));
+    EXPECT_EQ(expected, helperTexts(logs, ANDROID_LOG_ERROR));
 }
 
-// A queue whose surface is `name`, with its lock held while the helper reads it.
-class BlastStateDump : public ::testing::Test {
-protected:
-    std::vector<std::string> dumpLines() {
+TEST(BlastStateDump, EmptyThenFilledQueuePrintsAfterExistingTextAndKeepsItsPendingQueue) {
+    sp<SurfaceControl> surface = makeSurfaceControl(11, "surface");
+    sp<SurfaceControl> other = makeSurfaceControl(12, "other");
+    sp<BLASTBufferQueue> bbq = makeBlastBufferQueue("blast", surface);
+    TalvexBufferQueueHelper helper;
+    const auto dump = [&] {
         std::string out = "kept\n";
-        {
-            std::lock_guard<std::mutex> lock(mBbq->hostMutex());
-            mHelper.dumpBlastBufferQueueStateLocked(mBbq.get(), out);
-        }
+        std::lock_guard<std::mutex> lock(bbq->hostMutex());
+        helper.dumpBlastBufferQueueStateLocked(bbq.get(), out);
         return splitLines(out);
-    }
-    std::vector<std::string> expectedLines(const std::string& submitted,
-                                           const std::string& pendingRelease,
-                                           const std::string& pendingTransactions,
-                                           const std::string& pendingCallbacks,
-                                           const std::string& synced) {
-        const auto s = mBbq->hostSnapshot();
-        std::vector<std::string> lines = {
-            "kept",
-            "---Dump BlastBufferQueue State START---",
-            "mName:" + mBbq->hostName() + ", mQueuedBufferTrace:" + mBbq->hostQueuedBufferTrace(),
-            format("mSurfaceControl:surface(%p)", static_cast<const void*>(mSurface.get())),
-            format("mMaxAcquiredBuffers:1, mProducerId:%u, mCurrentMaxAcquiredBufferCount:%u",
-                   mBbq->hostProducerId(), s.currentMaxAcquiredBufferCount),
-            "mSubmitted:"};
-        if (!submitted.empty()) lines.push_back(submitted);
-        lines.push_back("mPendingRelease:" + pendingRelease);
-        lines.push_back(
-            format("mTransactionReadyCallback:0, mSyncTransaction:%p, "
-                   "mAcquireSingleBuffer:1",
-                   kNull));
-        lines.push_back("mPendingTransactions:" + pendingTransactions);
-        lines.push_back(format("mLastAcquiredFrameNumber:%" PRIu64
-                               ", mLastAppliedFrameNumber:%" PRIu64 ", mAppliedLastTransaction:0",
-                               s.lastAcquiredFrameNumber, s.lastAppliedFrameNumber));
-        lines.push_back("mSurfaceControlsWithPendingCallback:" + pendingCallbacks);
-        lines.push_back("mSyncedFrameNumbers:" + synced);
-        lines.push_back("---Dump BlastBufferQueue State END---");
-        return lines;
-    }
+    };
+    const auto s = bbq->hostSnapshot();
+    std::vector<std::string> expected = {
+        "kept",
+        "---Dump BlastBufferQueue State START---",
+        "mName:" + bbq->hostName() + ", mQueuedBufferTrace:" + bbq->hostQueuedBufferTrace(),
+        StringPrintf("mSurfaceControl:surface(%p)", static_cast<const void*>(surface.get())),
+        StringPrintf("mMaxAcquiredBuffers:1, mProducerId:%u, mCurrentMaxAcquiredBufferCount:%u",
+                     bbq->hostProducerId(), s.currentMaxAcquiredBufferCount),
+        "mSubmitted:",
+        "mPendingRelease:",
+        StringPrintf("mTransactionReadyCallback:0, mSyncTransaction:%p, mAcquireSingleBuffer:1",
+                     kNull),
+        "mPendingTransactions:",
+        StringPrintf("mLastAcquiredFrameNumber:%" PRIu64 ", mLastAppliedFrameNumber:%" PRIu64
+                     ", mAppliedLastTransaction:0",
+                     s.lastAcquiredFrameNumber, s.lastAppliedFrameNumber),
+        "mSurfaceControlsWithPendingCallback:",
+        "mSyncedFrameNumbers:",
+        "---Dump BlastBufferQueue State END---"};
+    EXPECT_EQ(expected, dump());
 
-    sp<SurfaceControl> mSurface = makeSurfaceControl(11, "surface");
-    sp<android::BLASTBufferQueue> mBbq = makeBlastBufferQueue("blast", mSurface);
-    TalvexBufferQueueHelper mHelper;
-};
-
-TEST_F(BlastStateDump, EmptyQueuePrintsEveryLabelAfterTextAlreadyThere) {
-    EXPECT_THAT(dumpLines(), ElementsAreArray(expectedLines("", "", "", "", "")));
-}
-
-TEST_F(BlastStateDump, EntriesPrintInTheirListsAndThePendingQueueIsLeftAsItWas) {
     android::BufferItem item;
     item.mFrameNumber = 9;
     item.mApi = 1;
     item.mSlot = 3;
-    mBbq->hostAddSubmitted(ReleaseCallbackId::INVALID_ID, item);
-    mBbq->hostAddPendingRelease(ReleaseCallbackId(5, 6), nullptr);
-    mBbq->hostAddPendingRelease(ReleaseCallbackId(7, 8), nullptr);
-    mBbq->hostAddPendingTransaction(12, android::SurfaceComposerClient::Transaction());
-    sp<SurfaceControl> other = makeSurfaceControl(12, "other");
-    mBbq->hostPushSurfaceControlWithPendingCallback(mSurface);
-    mBbq->hostPushSurfaceControlWithPendingCallback(nullptr);
-    mBbq->hostPushSurfaceControlWithPendingCallback(other);
-    mBbq->hostAddSyncedFrameNumber(42);
-    const int32_t surfaceRefs = mSurface->getStrongCount();
-    const int32_t otherRefs = other->getStrongCount();
-
-    const std::vector<std::string> lines = dumpLines();
+    bbq->hostAddSubmitted(ReleaseCallbackId::INVALID_ID, item);
+    bbq->hostAddPendingRelease(ReleaseCallbackId(5, 6), nullptr);
+    bbq->hostAddPendingRelease(ReleaseCallbackId(7, 8), nullptr);
+    bbq->hostAddPendingTransaction(12, android::SurfaceComposerClient::Transaction());
+    for (const auto& pending : {surface, sp<SurfaceControl>(), other}) {
+        bbq->hostPushSurfaceControlWithPendingCallback(pending);
+    }
+    bbq->hostAddSyncedFrameNumber(42);
+    const int32_t refs[] = {surface->getStrongCount(), other->getStrongCount()};
+    const std::vector<std::string> lines = dump();
     const void* transaction = nullptr;  // the address inside the vector element, read back
     ASSERT_EQ(1, sscanf(lines.at(9).c_str(),
                         "mPendingTransactions: [framenumber:12-transaction:%p]", &transaction));
-    EXPECT_THAT(lines,
-                ElementsAreArray(expectedLines(
-                    "   Id:INVALID_ID, Item:9, mApi:1, mSlot:3",
-                    " [bufferId:5 framenumber:6]  [bufferId:7 framenumber:8] ",
-                    format(" [framenumber:12-transaction:%p] ", transaction),
-                    format(" [surface(%p)]  [other(%p)] ", static_cast<const void*>(mSurface.get()),
-                           static_cast<const void*>(other.get())),
-                    " 42 ")));
-    EXPECT_EQ(3u, mBbq->hostSnapshot().surfaceControlsWithPendingCallbackCount);
-    EXPECT_EQ(surfaceRefs, mSurface->getStrongCount());
-    EXPECT_EQ(otherRefs, other->getStrongCount());
-}
-
-std::string streamed(const void* pointer) {
-    std::ostringstream text;
-    text << pointer;
-    return text.str();
-}
-
-TEST(ListenerCallbackDump, NoCallbacksGivesHeadReleaseLineAndOverLine) {
-    EXPECT_IN_OWN_PROCESS({
-        TalvexBufferQueueHelper helper;
-        std::string out;
-        helper.dumpAllListenerCallbackInfos(out);
-        EXPECT_THAT(
-            splitLines(out),
-            ::testing::ElementsAre("---Dump Current Process All Callback START, Callbacks:0/0/0---",
-                                   "ReleaseCallbackId: ",
-                                   MatchesRegex("---Dump Current Process All Callback Over, "
-                                                "NowBaseTime:[0-9]+---")));
-    });
+    expected[6] += " [bufferId:5 framenumber:6]  [bufferId:7 framenumber:8] ";
+    expected[8] += StringPrintf(" [framenumber:12-transaction:%p] ", transaction);
+    expected[10] +=
+        StringPrintf(" [surface(%p)]  [other(%p)] ", static_cast<const void*>(surface.get()),
+                     static_cast<const void*>(other.get()));
+    expected[11] += " 42 ";
+    expected.insert(expected.begin() + 6, "   Id:INVALID_ID, Item:9, mApi:1, mSlot:3");
+    EXPECT_EQ(expected, lines);
+    EXPECT_EQ(3u, bbq->hostSnapshot().surfaceControlsWithPendingCallbackCount);
+    EXPECT_THAT(refs, ElementsAre(surface->getStrongCount(), other->getStrongCount()));
 }
 
 TEST(ListenerCallbackDump, PendingCallbacksPrintWithTheirAgeFromTheDumpTime) {
     EXPECT_IN_OWN_PROCESS({
         ScopedProperty buildType("ro.build.type", "userdebug");
         auto* record = getFrameRecordIns();
-        ASSERT_TRUE(record->getEnable());
-        sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
+        auto listener = android::TransactionCompletedListener::getInstance();
         sp<SurfaceControl> surface = makeSurfaceControl(3, "pending");
         const auto complete =
             listener->addCallbackFunction([](nsecs_t, const sp<android::Fence>&,
@@ -263,31 +191,31 @@ TEST(ListenerCallbackDump, PendingCallbacksPrintWithTheirAgeFromTheDumpTime) {
         }
         const long added = record->getCallbackIdTime().at(complete.id);
 
-        TalvexBufferQueueHelper helper;
         std::string out;
-        helper.dumpAllListenerCallbackInfos(out);
+        TalvexBufferQueueHelper().dumpAllListenerCallbackInfos(out);
         const std::vector<std::string> lines = splitLines(out);
         ASSERT_EQ(5u, lines.size()) << out;
         long now = 0;
         ASSERT_EQ(1, sscanf(lines[4].c_str(),
                             "---Dump Current Process All Callback Over, NowBaseTime:%ld---", &now));
+        const std::string age = record->getTimeString(now, added);
+        EXPECT_EQ('-', age.at(0));
         EXPECT_EQ("---Dump Current Process All Callback START, Callbacks:2/1/1---", lines[0]);
-        EXPECT_EQ("-", record->getTimeString(now, added).substr(0, 1));
-        EXPECT_THAT(
-            std::vector<std::string>(lines.begin() + 1, lines.begin() + 3),
-            UnorderedElementsAre(
-                "CallbackId: (" + std::to_string(complete.id) + ",complete," +
-                    std::to_string(added) + "/" + record->getTimeString(now, added) +
-                    "), Cb:1 SurfaceControls: [handle:" + streamed(surface->getHandle().get()) +
-                    ",sc:" + streamed(surface.get()) + ",name:pending]",
-                "CallbackId: (" + std::to_string(commit.id) +
-                    ",commit,0/-1), Cb:0 SurfaceControls:"));
+        EXPECT_THAT(std::vector<std::string>(lines.begin() + 1, lines.begin() + 3),
+                    ::testing::UnorderedElementsAre(
+                        "CallbackId: (" + std::to_string(complete.id) + ",complete," +
+                            std::to_string(added) + "/" + age +
+                            StringPrintf("), Cb:1 SurfaceControls: [handle:%p,sc:%p,name:pending]",
+                                         static_cast<void*>(surface->getHandle().get()),
+                                         static_cast<void*>(surface.get())),
+                        "CallbackId: (" + std::to_string(commit.id) +
+                            ",commit,0/-1), Cb:0 SurfaceControls:"));
         EXPECT_EQ("ReleaseCallbackId: [bufferId:5 framenumber:6, cb:1] ", lines[3]);
         EXPECT_EQ(2u, listener->hostCallbackCount()) << "the listener's maps are left as they were";
     });
 }
 
-TEST(BufferSizeLimiter, CapsOnlyWhenAskedAboveFourThousand) {
+TEST(BufferSizeLimiter, CapsOnlyWhenAskedAboveFourThousandAndSetsTheConsumerOnce) {
     struct Case {
         const char* property;
         int mode;
@@ -295,86 +223,217 @@ TEST(BufferSizeLimiter, CapsOnlyWhenAskedAboveFourThousand) {
         int updateRequested;
         int32_t cappedWidth, cappedHeight;  // the new size, or -1 when nothing may change
     };
-    const Case cases[] = {
-        {"", 1, 4096, 2160, 1, -1, -1},      {"0", 1, 4096, 2160, 1, -1, -1},
-        {"2", 1, 4096, 2160, 1, -1, -1},     {"1", 0, 4096, 2160, 1, -1, -1},
-        {"1", 2, 4096, 2160, 1, -1, -1},     {"1", 1, 4000, 4000, 1, -1, -1},
-        {"1", 1, 4001, 100, 0, 4000, 100},   {"1", 1, 100, 4001, 1, 100, 4000},
-        {"1", 1, 4096, 2160, 1, 4000, 2160}, {"1", 1, 5000, 5000, 0, 4000, 4000},
-    };
+    const Case cases[] = {{"", 1, 4096, 2160, 1, -1, -1},      {"0", 1, 4096, 2160, 1, -1, -1},
+                          {"2", 1, 4096, 2160, 1, -1, -1},     {"1", 0, 4096, 2160, 1, -1, -1},
+                          {"1", 2, 4096, 2160, 1, -1, -1},     {"1", 1, 4000, 4000, 1, -1, -1},
+                          {"1", 1, 4001, 100, 0, 4000, 100},   {"1", 1, 100, 4001, 1, 100, 4000},
+                          {"1", 1, 4096, 2160, 1, 4000, 2160}, {"1", 1, 5000, 5000, 0, 4000, 4000}};
     TalvexBufferQueueHelper helper;  // one helper: the property must be read on every call
     for (const Case& c : cases) {
-        SCOPED_TRACE(
-            format("property '%s' mode %d size %dx%d", c.property, c.mode, c.width, c.height));
+        SCOPED_TRACE(StringPrintf("'%s' mode %d %dx%d", c.property, c.mode, c.width, c.height));
         ScopedProperty property("debug.graphics.unsupport4K", c.property);
-        sp<android::BLASTBufferQueue> bbq = makeBlastBufferQueue("limited", 1);
+        sp<BLASTBufferQueue> bbq = makeBlastBufferQueue("limited", 1);
         auto* consumer = static_cast<android::ConsumerBase*>(bbq->hostBufferItemConsumer().get());
-        const size_t callsBefore = consumer->hostDefaultBufferSizeCalls().size();
+        auto expectedCalls = consumer->hostDefaultBufferSizeCalls();
         int32_t requested[2] = {c.width, c.height};
         int32_t size[2] = {64, 32};
         LogCapture logs;
+        // Twice: a request left oversized is capped (and logged) again, but the consumer is not
+        // given the size it already has.
+        helper.resetBBQRequestSize(requested, size, consumer, c.mode, c.updateRequested);
         helper.resetBBQRequestSize(requested, size, consumer, c.mode, c.updateRequested);
 
         const bool capped = c.cappedWidth >= 0;
-        const int32_t expectedSize[2] = {capped ? c.cappedWidth : 64, capped ? c.cappedHeight : 32};
-        EXPECT_THAT(size, ::testing::ElementsAreArray(expectedSize));
         const bool copiedBack = capped && c.updateRequested != 0;
-        EXPECT_THAT(requested, ::testing::ElementsAre(copiedBack ? c.cappedWidth : c.width,
-                                                      copiedBack ? c.cappedHeight : c.height));
-        const auto calls = consumer->hostDefaultBufferSizeCalls();
-        ASSERT_EQ(callsBefore + (capped ? 1 : 0), calls.size());
+        EXPECT_THAT(size, ElementsAre(capped ? c.cappedWidth : 64, capped ? c.cappedHeight : 32));
+        EXPECT_THAT(requested, ElementsAre(copiedBack ? c.cappedWidth : c.width,
+                                           copiedBack ? c.cappedHeight : c.height));
+        std::vector<std::string> expectedLogs;
         if (capped) {
-            EXPECT_EQ(std::make_pair(static_cast<uint32_t>(c.cappedWidth),
-                                     static_cast<uint32_t>(c.cappedHeight)),
-                      calls.back());
-            EXPECT_THAT(helperTexts(logs, ANDROID_LOG_DEBUG),
-                        ::testing::ElementsAre(
-                            format("Not Support over 4k, change width:%d->%d height:%d->%d",
-                                   c.width, c.cappedWidth, c.height, c.cappedHeight)));
-        } else {
-            EXPECT_TRUE(helperTexts(logs, ANDROID_LOG_DEBUG).empty());
+            expectedCalls.emplace_back(c.cappedWidth, c.cappedHeight);
+            expectedLogs.resize(
+                copiedBack ? 1 : 2,
+                StringPrintf("Not Support over 4k, change width:%d->%d height:%d->%d", c.width,
+                             c.cappedWidth, c.height, c.cappedHeight));
         }
+        EXPECT_EQ(expectedCalls, consumer->hostDefaultBufferSizeCalls());
+        EXPECT_EQ(expectedLogs, helperTexts(logs, ANDROID_LOG_DEBUG));
     }
 }
 
-TEST(BufferQueueHelperRegistry, BadInputIsIgnoredWithOnlyTheCheckLine) {
+TEST(BufferQueueHelperRegistry, UnknownCoresAndNullQueuesGetOnlyTheCheckLine) {
     TalvexBufferQueueHelper helper;
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    void* unknown = core.get();
-    const std::string unknownLine =
-        "dumpStateAndFrameRecord call blastbufferqueue check: dumpflag:1, enableCallback:0";
+    void* core = &helper;  // a key only: never dereferenced by the registry
     LogCapture logs;
-    helper.setBBQDumpFlag(unknown, false);  // creates nothing: the core stays unknown
-    helper.clearRegisteredCallback(unknown);
-    helper.dumpBlastStateAndFrameRecord(unknown);
-    EXPECT_THAT(helperTexts(logs, ANDROID_LOG_DEBUG), ElementsAreArray({unknownLine}));
-
-    // Through the trigger: the core is dumped, then the same check line ends it.
-    logs.clear();
-    {
-        std::lock_guard<std::mutex> lock(core->hostMutex());
-        helper.dumpBQAllFrameState(unknown);
-    }
-    const auto lines = logs.lines();
-    ASSERT_FALSE(lines.empty());
-    EXPECT_EQ(ANDROID_LOG_DEBUG, lines.back().priority);
-    EXPECT_EQ(unknownLine, lines.back().text);
-    EXPECT_THAT(lines.end()[-2].text, ::testing::EndsWith(" dumpBbqStateDirectly end---"));
-
+    helper.setBBQDumpFlag(core, false);  // creates nothing: the core stays unknown
+    helper.dumpBlastStateAndFrameRecord(core);
     // A null queue registers and arms, but the thunk drops it; the flag is still lowered once.
-    logs.clear();
-    helper.registerBBQDumpCallback(unknown, nullptr);
-    helper.dumpBlastStateAndFrameRecord(unknown);
-    helper.dumpBlastStateAndFrameRecord(unknown);
-    helper.setBBQDumpFlag(unknown, true);
-    helper.dumpBlastStateAndFrameRecord(unknown);
-    helper.clearRegisteredCallback(unknown);
-    helper.dumpBlastStateAndFrameRecord(unknown);
-    const std::string check = "dumpStateAndFrameRecord call blastbufferqueue check: ";
-    EXPECT_THAT(helperTexts(logs, ANDROID_LOG_DEBUG),
-                ElementsAreArray({check + "dumpflag:1, enableCallback:1",
-                                  check + "dumpflag:0, enableCallback:1",
-                                  check + "dumpflag:1, enableCallback:1", unknownLine}));
+    helper.registerBBQDumpCallback(core, nullptr);
+    helper.dumpBlastStateAndFrameRecord(core);
+    helper.dumpBlastStateAndFrameRecord(core);
+    helper.setBBQDumpFlag(core, true);
+    helper.dumpBlastStateAndFrameRecord(core);
+    helper.clearRegisteredCallback(core);
+    helper.dumpBlastStateAndFrameRecord(core);
+    EXPECT_THAT(
+        helperTexts(logs, ANDROID_LOG_DEBUG),
+        ElementsAre(kCheck + "dumpflag:1, enableCallback:0", kCheck + "dumpflag:1, enableCallback:1",
+                    kCheck + "dumpflag:0, enableCallback:1", kCheck + "dumpflag:1, enableCallback:1",
+                    kCheck + "dumpflag:1, enableCallback:0"));
+}
+
+// Starts a process's compositor, so that the layer request of a dump has somewhere to go.
+sp<HostCompositor> startCompositor() {
+    sp<HostCompositor> compositor(new HostCompositor());
+    EXPECT_EQ(android::NO_ERROR, HostCompositor::registerAsSurfaceFlinger(compositor));
+    return compositor;
+}
+
+// Records frame `frame` of `layerId` with two steps, as the BLAST queue does.
+void recordFrame(IFrameRecord* record, int layerId, unsigned long frame) {
+    record->setLayerFrameEvent(layerId, frame, FrameStartStatus{false, false, 1, 0, 0});
+    record->setLayerFrameEvent(layerId, frame, FrameType::onFrameAvailable);
+    record->setLayerFrameEvent(layerId, frame, FrameType::acquireNextBuffer);
+}
+
+void triggerUnderCoreLock(IBufferQueueHelper* helper, const sp<BLASTBufferQueue>& bbq) {
+    std::lock_guard<std::mutex> lock(bbq->hostCore()->hostMutex());
+    helper->dumpBQAllFrameState(bbq->hostCore().get());
+}
+
+TEST(BufferQueueHelperRoad, StalledCoreIsDumpedOnceThenTheLayerIsNamed) {
+    EXPECT_IN_OWN_PROCESS({
+        ScopedProperty buildType("ro.build.type", "userdebug");
+        sp<HostCompositor> compositor = startCompositor();
+        // Two newlines in the surface's name: the empty line between them is a line of its own.
+        sp<SurfaceControl> surface = makeSurfaceControl(42, "road\n\nsurface");
+        sp<BLASTBufferQueue> bbq = makeBlastBufferQueue("road", surface);
+        bbq->hostSetFrameCounts(2, 1);
+        IFrameRecord* record = getFrameRecordIns();
+        auto* helper = static_cast<TalvexBufferQueueHelper*>(getBufferQueueHelper());
+        record->updateFrameAndGetContent(surface.get(), bbq->hostName(), bbq.get());
+        recordFrame(record, 42, 1);
+        helper->registerBBQDumpCallback(bbq->hostCore().get(), bbq.get());
+        LogCapture logs;
+        triggerUnderCoreLock(helper, bbq);
+        for (int i = 0; i < 50 && compositor->transactions().empty(); ++i) {
+            record->ensureTaskFinish();  // the dumper's own barrier, 100 ms at most each
+        }
+
+        // The core first, at ERROR; then at DEBUG the check line, the start line, and the BLAST
+        // state, the frame record and the listener's callbacks line by line behind the prefix.
+        std::string text;
+        {
+            std::lock_guard<std::mutex> lock(bbq->hostMutex());
+            helper->dumpBlastBufferQueueStateLocked(bbq.get(), text);
+        }
+        record->dumpAllRecordContent(text);
+        text +=
+            "---Dump Current Process All Callback START, Callbacks:0/0/0---\nReleaseCallbackId: ";
+        std::vector<::testing::Matcher<std::string>> expected = {
+            kCheck + "dumpflag:1, enableCallback:1",
+            MatchesRegex("\\[road#[0-9]+\\]\\(f:2,a:1\\) Talvex-Graphics:"
+                         "dumpBlastStateAndFrameRecordLocked Start, nowTime:[0-9]+")};
+        for (const std::string& line : splitLines(text)) {
+            expected.push_back("[" + bbq->hostName() + "](f:2,a:1) " + line);
+        }
+        expected.push_back(
+            MatchesRegex("\\[road#[0-9]+\\]\\(f:2,a:1\\) ---Dump Current Process "
+                         "All Callback Over, NowBaseTime:[0-9]+---"));
+        const std::vector<LogLine> lines = logs.lines();
+        size_t at = 0;
+        while (at < lines.size() && lines[at].priority == ANDROID_LOG_ERROR) ++at;
+        ASSERT_GT(at, 4u);
+        EXPECT_THAT(lines[0].text, ::testing::EndsWith(") ---dumpBbqStateDirectly:"));
+        EXPECT_THAT(lines[at - 1].text, ::testing::EndsWith(") dumpBbqStateDirectly end---"));
+        std::vector<std::string> debug;
+        for (size_t i = at; i < lines.size(); ++i) {
+            if (lines[i].tag != "TalvexBufferQueueHelper") continue;
+            EXPECT_EQ(ANDROID_LOG_DEBUG, lines[i].priority) << lines[i].text;
+            debug.push_back(lines[i].text);
+        }
+        EXPECT_THAT(debug, ::testing::ElementsAreArray(expected));
+        EXPECT_EQ("Talvex-Graphics:callSurfaceFlingerByLayer async over: #42", lines.back().text);
+        const auto sent = compositor->transactions();
+        ASSERT_EQ(1u, sent.size());
+        ASSERT_TRUE(sent[0].layerRequest.has_value());
+        EXPECT_EQ("layer#42", sent[0].layerRequest->layerName);
+        EXPECT_EQ(surface->getLayerStateHandle(), sent[0].layerRequest->token);
+
+        // A second trigger without re-arming dumps the core alone.
+        logs.clear();
+        triggerUnderCoreLock(helper, bbq);
+        record->ensureTaskFinish();
+        EXPECT_EQ(kCheck + "dumpflag:0, enableCallback:1", logs.lines().back().text);
+        EXPECT_EQ(0u, logs.count("(f:"));
+        EXPECT_EQ(1u, compositor->transactions().size());
+    });
+}
+// Threads play libgui for a bounded number of rounds; TSan reports any race or lock-order
+// inversion, and every armed trigger must end in exactly one BLAST dump.
+TEST(BufferQueueHelperRoad, LibguiThreadsNeitherDeadlockNorRaceNorLoseADump) {
+    EXPECT_IN_OWN_PROCESS({
+        ScopedProperty buildType("ro.build.type", "userdebug");
+        sp<HostCompositor> compositor = startCompositor();
+        IFrameRecord* record = getFrameRecordIns();
+        IBufferQueueHelper* helper = getBufferQueueHelper();
+        sp<BLASTBufferQueue> bbq = makeBlastBufferQueue("locks", 5);
+        sp<BLASTBufferQueue> other = makeBlastBufferQueue("churn", 6);
+        auto listener = android::TransactionCompletedListener::getInstance();
+        constexpr int kRounds = 40;
+        record->callSurfaceFlingerByLayer(nullptr, 0);  // caches the compositor before threads
+        LogCapture logs;
+        std::vector<std::thread> threads;
+        threads.emplace_back([&] {  // producer: a buffer; arm, then trigger under the core's lock
+            for (int i = 0; i < kRounds; ++i) {
+                bbq->hostCore()->hostCancelBuffer(bbq->hostCore()->hostDequeueBuffer());
+                helper->registerBBQDumpCallback(bbq->hostCore().get(), bbq.get());
+                triggerUnderCoreLock(helper, bbq);
+            }
+        });
+        threads.emplace_back([&] {  // the BLAST queue: its lock, then the core's inside
+            for (int i = 0; i < kRounds; ++i) {
+                std::lock_guard<std::mutex> lock(bbq->hostMutex());
+                helper->dumpBQAllFrameStateCalledByBlast(bbq->hostCore().get(), bbq.get());
+                recordFrame(record, 5, i + 1);
+            }
+        });
+        threads.emplace_back([&] {  // callbacks added and completed under the listener's lock
+            for (int i = 0; i < kRounds; ++i) {
+                const auto id = listener->addCallbackFunction(
+                    nullptr, {}, android::CallbackId::Type::ON_COMPLETE);
+                {
+                    std::lock_guard<std::mutex> lock(listener->hostMutex());
+                    record->addCallbackIdLocked(id.id);
+                }
+                listener->hostCompleteCallback(id, 0, nullptr, {});
+                std::lock_guard<std::mutex> lock(listener->hostMutex());
+                record->removeCallbackIdLocked(id.id);
+            }
+        });
+        threads.emplace_back([&] {  // another queue registers, re-arms and goes away
+            for (int i = 0; i < kRounds; ++i) {
+                helper->registerBBQDumpCallback(other->hostCore().get(), other.get());
+                helper->setBBQDumpFlag(other->hostCore().get(), i % 2 == 0);
+                triggerUnderCoreLock(helper, other);
+                helper->clearRegisteredCallback(other->hostCore().get());
+            }
+        });
+        for (std::thread& thread : threads) thread.join();
+
+        const auto dumpsOf = [&](const sp<BLASTBufferQueue>& queue) {
+            return logs.count("[" + queue->hostName() +
+                              "](f:0,a:0) Talvex-Graphics:dumpBlastStateAndFrameRecordLocked");
+        };
+        // Every producer round queued one dump and the BLAST queue dumped in every round; the
+        // other queue was armed in every second round.
+        for (int i = 0; i < 50 && dumpsOf(bbq) + dumpsOf(other) < 2.5 * kRounds; ++i) {
+            record->ensureTaskFinish();
+        }
+        record->ensureTaskFinish();  // the last dump counted may still be running: let it end
+        EXPECT_EQ(2u * kRounds, dumpsOf(bbq));
+        EXPECT_EQ(kRounds / 2u, dumpsOf(other));
+    });
 }
 
 }  // namespace
