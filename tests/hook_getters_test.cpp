@@ -24,7 +24,6 @@ using talvex::test::LogCapture;
 using talvex::test::LogLine;
 using talvex::test::pointerText;
 using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
 
 constexpr char kFallbackGreeting[] = "Talvex-Graphics: DefaultTestExampleClass sayHello";
 constexpr char kRealGreeting[] = "Talvex-Graphics: TalvexTestExample sayHello";
@@ -65,36 +64,6 @@ TEST(FrameRecordGetter, RealRecordIsCachedAndAnnouncedOnce) {
     });
 }
 
-// The three lines of a getter that found no factory and fell back to `fallback`.
-std::vector<LogLine> fallbackLines(const std::string& name, const void* fallback) {
-    return {errorLine("Can not find Talvex" + name + " at HOOK_REGISTER_MAP"),
-            infoLine("create DefaultTalvex" + name + ", this " + pointerText(fallback)),
-            infoLine("createTalvex" + name + "Factory failed, get default instance " +
-                     pointerText(fallback))};
-}
-
-TEST(Getters, MissingKeyGivesTheStaticFallbackOnce) {
-    EXPECT_IN_OWN_PROCESS({
-        ensure_hook_module_init();
-        HOOK_REGISTER_MAP.erase("TalvexFrameRecord");
-        LogCapture logs;
-        IFrameRecord* record = getFrameRecordIns();
-        EXPECT_EQ(static_cast<IFrameRecord*>(DefaultTalvexFrameRecord::getInstance()), record);
-        EXPECT_EQ(record, getFrameRecordIns());
-        EXPECT_THAT(logs.lines(), ElementsAreArray(fallbackLines("FrameRecord", record)));
-    });
-    EXPECT_IN_OWN_PROCESS({
-        ensure_hook_module_init();
-        HOOK_REGISTER_MAP.erase("TalvexBufferQueueHelper");
-        LogCapture logs;
-        IBufferQueueHelper* helper = getBufferQueueHelper();
-        EXPECT_EQ(static_cast<IBufferQueueHelper*>(DefaultTalvexBufferQueueHelper::getInstance()),
-                  helper);
-        EXPECT_EQ(helper, getBufferQueueHelper());
-        EXPECT_THAT(logs.lines(), ElementsAreArray(fallbackLines("BufferQueueHelper", helper)));
-    });
-}
-
 TEST(TestExampleGetter, AsFirstCallGivesAFallbackWithoutLoading) {
     EXPECT_IN_OWN_PROCESS({
         LogCapture logs;
@@ -131,20 +100,6 @@ TEST(TestExampleFactory, ReachesTheRealClass) {
         EXPECT_EQ(example, getTestExampleClassInstance());
         EXPECT_EQ(example, createTalvexTestExampleClassFactory());
         EXPECT_TRUE(logs.lines().empty());
-    });
-}
-
-TEST(TestExampleFactory, MissingKeyGivesAHeapFallbackAndSaysNull) {
-    EXPECT_IN_OWN_PROCESS({
-        ensure_hook_module_init();
-        HOOK_REGISTER_MAP.erase("TalvexTestExample");
-        LogCapture logs;
-        ITestExampleClass* example = createTalvexTestExampleClassFactory();
-        EXPECT_THAT(logs.lines(),
-                    ElementsAre(errorLine("Can not find TalvexTestExample at HOOK_REGISTER_MAP"),
-                                infoLine("createTalvexTestExampleClassFactory get instance " +
-                                         pointerText(example) + "/0x0")));
-        EXPECT_THAT(greetingOf(example), ElementsAre(infoLine(kFallbackGreeting)));
     });
 }
 

@@ -4,184 +4,143 @@
 // (x86, x86_64, ARM, AArch64 lay a primary vtable out in declaration order); member-function
 // pointers are not decoded, since their encoding differs between those ABIs.
 #include <binder/IBinder.h>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
 #include <libgui_interface/hook/ITestExampleClass.h>
 
 #include <cstddef>
+#include <numeric>
 #include <string>
 #include <vector>
 
 namespace android::libgui_interface::hook {
 namespace {
 
-using ::testing::ElementsAre;
-
-// Fields in this order, each at its natural in-struct alignment (int64 aligns to 4 inside a
-// struct on i386, to 8 on the ABIs the library ships for: arm, arm64, x86_64).
+// int64 aligns to 4 inside a struct on i386, to 8 on the ABIs the library ships for.
 struct Int64Alignment {
     char c;
     int64_t v;
 };
-constexpr size_t kInt64Align = offsetof(Int64Alignment, v);
-constexpr size_t kStartTime =
-    (offsetof(FrameStartStatus, numAcquired) + sizeof(int32_t) + kInt64Align - 1) / kInt64Align *
-    kInt64Align;
-static_assert(offsetof(FrameStartStatus, sync) == 0);
-static_assert(offsetof(FrameStartStatus, wait) == 1);
-static_assert(offsetof(FrameStartStatus, numAvailable) == 4);
-static_assert(offsetof(FrameStartStatus, numAcquired) == 8);
-static_assert(offsetof(FrameStartStatus, startTime) == kStartTime);
-static_assert(sizeof(FrameStartStatus) == kStartTime + sizeof(int64_t));
-#if defined(__LP64__) || defined(__arm__)
-static_assert(sizeof(FrameStartStatus) == 24 && kStartTime == 16);
-#endif
+constexpr size_t kStartTime = offsetof(Int64Alignment, v) == 8 ? 16 : 12;
+static_assert(offsetof(FrameStartStatus, sync) == 0 && offsetof(FrameStartStatus, wait) == 1 &&
+              offsetof(FrameStartStatus, numAvailable) == 4 &&
+              offsetof(FrameStartStatus, numAcquired) == 8);
+static_assert(offsetof(FrameStartStatus, startTime) == kStartTime &&
+              sizeof(FrameStartStatus) == kStartTime + sizeof(int64_t));
+
+using CallbackTimes = std::unordered_map<long, long>;
 
 }  // namespace
 
-// The slot layout libgui was built against: same signatures, in slot order, destructor last.
-// Outside the anonymous namespace: with no derived class in sight, an optimizer that sees every
-// subclass of a local type would bind these calls to the pure declarations.
-namespace abi_mirror {
-class FrameRecordSlots {
-public:
-    virtual bool slot0() = 0;
-    virtual void slot1(int, void*) = 0;
-    virtual void slot2(std::string&) = 0;
-    virtual void slot3(void*, const std::string&, void*) = 0;
-    virtual void slot4(int, unsigned long, FrameStartStatus) = 0;
-    virtual void slot5(int, unsigned long, FrameType) = 0;
-    virtual void slot6(void*, unsigned long, FrameType) = 0;
-    virtual void slot7(const sp<IBinder>&, int) = 0;
-    virtual void slot8(long) = 0;
-    virtual void slot9(long) = 0;
-    virtual std::unordered_map<long, long> slot10() = 0;
-    virtual std::string slot11(long, long) = 0;
-    virtual void slot12(std::function<void()>&&) = 0;
-    virtual void slot13() = 0;
-    virtual ~FrameRecordSlots() = default;
-};
+// The slot layout libgui was built against, one line per slot in slot order: index, return type,
+// parameters, the arguments a call passes (`text` is a caller's std::string).
+#define TALVEX_FRAME_RECORD_SLOTS(X)                                               \
+    X(0, bool, (), ())                                                             \
+    X(1, void, (int, void*), (0, nullptr))                                         \
+    X(2, void, (std::string&), (text))                                             \
+    X(3, void, (void*, const std::string&, void*), (nullptr, text, nullptr))       \
+    X(4, void, (int, unsigned long, FrameStartStatus), (0, 0, FrameStartStatus{})) \
+    X(5, void, (int, unsigned long, FrameType), (0, 0, FrameType::apply))          \
+    X(6, void, (void*, unsigned long, FrameType), (nullptr, 0, FrameType::apply))  \
+    X(7, void, (const sp<IBinder>&, int), (nullptr, 0))                            \
+    X(8, void, (long), (0))                                                        \
+    X(9, void, (long), (0))                                                        \
+    X(10, CallbackTimes, (), ())                                                   \
+    X(11, std::string, (long, long), (0, 0))                                       \
+    X(12, void, (std::function<void()> &&), ([] {}))                               \
+    X(13, void, (), ())
+#define TALVEX_BUFFER_QUEUE_HELPER_SLOTS(X)        \
+    X(0, void, (void*, bool), (nullptr, false))    \
+    X(1, void, (void*, void*), (nullptr, nullptr)) \
+    X(2, void, (void*), (nullptr))                 \
+    X(3, void, (void*), (nullptr))                 \
+    X(4, void, (void*, void*), (nullptr, nullptr)) \
+    X(5, void, (void*, void*, void*, int, int), (nullptr, nullptr, nullptr, 0, 0))
+#define TALVEX_TEST_EXAMPLE_SLOTS(X) X(0, void, (), ())
 
-class BufferQueueHelperSlots {
-public:
-    virtual void slot0(void*, bool) = 0;
-    virtual void slot1(void*, void*) = 0;
-    virtual void slot2(void*) = 0;
-    virtual void slot3(void*) = 0;
-    virtual void slot4(void*, void*) = 0;
-    virtual void slot5(void*, void*, void*, int, int) = 0;
-    virtual ~BufferQueueHelperSlots() = default;
-};
+#define TALVEX_DECLARE_SLOT(n, result, params, args) virtual result slot##n params = 0;
+#define TALVEX_CALL_SLOT(n, result, params, args) slots->slot##n args;
 
-class TestExampleSlots {
-public:
-    virtual void slot0() = 0;
-    virtual ~TestExampleSlots() = default;
-};
+// A mirror class per interface, and a function that calls each of its slots in order on an
+// object of the real interface, as libgui does. The mirrors sit outside the anonymous namespace:
+// with no derived class in sight, an optimizer that sees every subclass of a local type would
+// bind the calls to the pure declarations. The mirror type is deliberately not the object's
+// type: the vptr sanitizer would rightly object to that call.
+#define TALVEX_MIRROR(Interface, SLOTS)                                                     \
+    namespace abi_mirror {                                                                  \
+    class Interface##Slots {                                                                \
+    public:                                                                                 \
+        SLOTS(TALVEX_DECLARE_SLOT)                                                          \
+        virtual ~Interface##Slots() = default;                                              \
+    };                                                                                      \
+    }                                                                                       \
+    __attribute__((noinline, no_sanitize("vptr"))) void callEverySlot(Interface* object) {  \
+        auto* slots = reinterpret_cast<abi_mirror::Interface##Slots*>(object);              \
+        asm volatile("" : "+r"(slots)); /* the optimizer must not know what it points to */ \
+        [[maybe_unused]] std::string text;                                                  \
+        SLOTS(TALVEX_CALL_SLOT)                                                             \
+    }
 
-}  // namespace abi_mirror
+TALVEX_MIRROR(IFrameRecord, TALVEX_FRAME_RECORD_SLOTS)
+TALVEX_MIRROR(IBufferQueueHelper, TALVEX_BUFFER_QUEUE_HELPER_SLOTS)
+TALVEX_MIRROR(ITestExampleClass, TALVEX_TEST_EXAMPLE_SLOTS)
 
 namespace {
 
-using namespace abi_mirror;
-
-// Implementations whose every operation records its own name.
+// Implementations whose every operation records the slot it must sit in.
 struct Recorder {
-    void on(const char* name) { ran.push_back(name); }
-    std::vector<std::string> ran;
+    int on(int slot) { return ran.push_back(slot), slot; }
+    std::vector<int> ran;
 };
 
 struct FrameRecordRecorder final : IFrameRecord, Recorder {
-    using Times = std::unordered_map<long, long>;
-    bool getEnable() override { return on("getEnable"), false; }
-    void clearFrameContent(int, void*) override { on("clearFrameContent"); }
-    void dumpAllRecordContent(std::string&) override { on("dumpAllRecordContent"); }
-    void updateFrameAndGetContent(void*, const std::string&, void*) override { on("update"); }
-    void setLayerFrameEvent(int, unsigned long, FrameStartStatus) override { on("start"); }
-    void setLayerFrameEvent(int, unsigned long, FrameType) override { on("layerEvent"); }
-    void setLayerFrameEvent(void*, unsigned long, FrameType) override { on("surfaceEvent"); }
-    void callSurfaceFlingerByLayer(const sp<IBinder>&, int) override { on("callSurfaceFlinger"); }
-    void addCallbackIdLocked(long) override { on("addCallbackIdLocked"); }
-    void removeCallbackIdLocked(long) override { on("removeCallbackIdLocked"); }
-    Times getCallbackIdTime() override { return on("getCallbackIdTime"), Times(); }
-    std::string getTimeString(long, long) override { return on("getTimeString"), ""; }
-    void pushTaskAndStart(std::function<void()>&&) override { on("pushTaskAndStart"); }
-    void ensureTaskFinish() override { on("ensureTaskFinish"); }
+    bool getEnable() override { return on(0), false; }
+    void clearFrameContent(int, void*) override { on(1); }
+    void dumpAllRecordContent(std::string&) override { on(2); }
+    void updateFrameAndGetContent(void*, const std::string&, void*) override { on(3); }
+    void setLayerFrameEvent(int, unsigned long, FrameStartStatus) override { on(4); }
+    void setLayerFrameEvent(int, unsigned long, FrameType) override { on(5); }
+    void setLayerFrameEvent(void*, unsigned long, FrameType) override { on(6); }
+    void callSurfaceFlingerByLayer(const sp<IBinder>&, int) override { on(7); }
+    void addCallbackIdLocked(long) override { on(8); }
+    void removeCallbackIdLocked(long) override { on(9); }
+    CallbackTimes getCallbackIdTime() override { return on(10), CallbackTimes(); }
+    std::string getTimeString(long, long) override { return on(11), ""; }
+    void pushTaskAndStart(std::function<void()>&&) override { on(12); }
+    void ensureTaskFinish() override { on(13); }
 };
 
 struct BufferQueueHelperRecorder final : IBufferQueueHelper, Recorder {
-    void setBBQDumpFlag(void*, bool) override { on("setBBQDumpFlag"); }
-    void registerBBQDumpCallback(void*, void*) override { on("registerBBQDumpCallback"); }
-    void clearRegisteredCallback(void*) override { on("clearRegisteredCallback"); }
-    void dumpBQAllFrameState(void*) override { on("dumpBQAllFrameState"); }
-    void dumpBQAllFrameStateCalledByBlast(void*, void*) override { on("calledByBlast"); }
-    void resetBBQRequestSize(void*, void*, void*, int, int) override { on("resetBBQRequestSize"); }
+    void setBBQDumpFlag(void*, bool) override { on(0); }
+    void registerBBQDumpCallback(void*, void*) override { on(1); }
+    void clearRegisteredCallback(void*) override { on(2); }
+    void dumpBQAllFrameState(void*) override { on(3); }
+    void dumpBQAllFrameStateCalledByBlast(void*, void*) override { on(4); }
+    void resetBBQRequestSize(void*, void*, void*, int, int) override { on(5); }
 };
 
 struct TestExampleRecorder final : ITestExampleClass, Recorder {
-    void sayHello() override { on("sayHello"); }
+    void sayHello() override { on(0); }
 };
 
-// Calls every slot in order through the interface's vtable, as libgui does. The mirror type is
-// deliberately not the object's type: the vptr sanitizer would rightly object to that call.
-__attribute__((noinline, no_sanitize("vptr"))) void callEverySlot(IFrameRecord* object) {
-    auto* slots = reinterpret_cast<FrameRecordSlots*>(object);
-    asm volatile("" : "+r"(slots));  // the optimizer must not know what `slots` points to
-    std::string text;
-    slots->slot0();
-    slots->slot1(0, nullptr);
-    slots->slot2(text);
-    slots->slot3(nullptr, text, nullptr);
-    slots->slot4(0, 0, FrameStartStatus{});
-    slots->slot5(0, 0, FrameType::apply);
-    slots->slot6(nullptr, 0, FrameType::apply);
-    slots->slot7(nullptr, 0);
-    slots->slot8(0);
-    slots->slot9(0);
-    slots->slot10();
-    slots->slot11(0, 0);
-    slots->slot12([] {});
-    slots->slot13();
+template <typename Interface, typename Implementation>
+std::vector<int> slotsReached() {
+    Implementation object;
+    callEverySlot(static_cast<Interface*>(&object));
+    return object.ran;
 }
 
-__attribute__((noinline, no_sanitize("vptr"))) void callEverySlot(IBufferQueueHelper* object) {
-    auto* slots = reinterpret_cast<BufferQueueHelperSlots*>(object);
-    asm volatile("" : "+r"(slots));
-    slots->slot0(nullptr, false);
-    slots->slot1(nullptr, nullptr);
-    slots->slot2(nullptr);
-    slots->slot3(nullptr);
-    slots->slot4(nullptr, nullptr);
-    slots->slot5(nullptr, nullptr, nullptr, 0, 0);
+std::vector<int> firstSlots(int count) {
+    std::vector<int> slots(count);
+    std::iota(slots.begin(), slots.end(), 0);
+    return slots;
 }
 
-__attribute__((noinline, no_sanitize("vptr"))) void callEverySlot(ITestExampleClass* object) {
-    auto* slots = reinterpret_cast<TestExampleSlots*>(object);
-    asm volatile("" : "+r"(slots));
-    slots->slot0();
-}
-
-TEST(HookInterfaceSlots, FrameRecordOperationsSitInDeclarationOrder) {
-    FrameRecordRecorder recorder;
-    callEverySlot(static_cast<IFrameRecord*>(&recorder));
-    EXPECT_THAT(recorder.ran,
-                ElementsAre("getEnable", "clearFrameContent", "dumpAllRecordContent", "update",
-                            "start", "layerEvent", "surfaceEvent", "callSurfaceFlinger",
-                            "addCallbackIdLocked", "removeCallbackIdLocked", "getCallbackIdTime",
-                            "getTimeString", "pushTaskAndStart", "ensureTaskFinish"));
-}
-
-TEST(HookInterfaceSlots, BufferQueueHelperAndTestExampleOperationsSitInDeclarationOrder) {
-    BufferQueueHelperRecorder helper;
-    callEverySlot(static_cast<IBufferQueueHelper*>(&helper));
-    EXPECT_THAT(helper.ran,
-                ElementsAre("setBBQDumpFlag", "registerBBQDumpCallback", "clearRegisteredCallback",
-                            "dumpBQAllFrameState", "calledByBlast", "resetBBQRequestSize"));
-    TestExampleRecorder example;
-    callEverySlot(static_cast<ITestExampleClass*>(&example));
-    EXPECT_THAT(example.ran, ElementsAre("sayHello"));
+TEST(HookInterfaceSlots, EveryOperationSitsInDeclarationOrder) {
+    EXPECT_EQ(firstSlots(14), (slotsReached<IFrameRecord, FrameRecordRecorder>()));
+    EXPECT_EQ(firstSlots(6), (slotsReached<IBufferQueueHelper, BufferQueueHelperRecorder>()));
+    EXPECT_EQ(firstSlots(1), (slotsReached<ITestExampleClass, TestExampleRecorder>()));
 }
 
 }  // namespace

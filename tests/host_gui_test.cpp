@@ -54,6 +54,16 @@ std::string summary(const BufferQueueCore::HostSnapshot& snap) {
     return text;
 }
 
+// Returns what `step` returns on `core`.
+int run(BufferQueueCore& core, const Step& step) {
+    const uint64_t frame = core.hostSnapshot().slots[step.slot].mFrameNumber;
+    if (step.op == 'D' || step.op == 'd') return core.hostDequeueBuffer(step.op == 'D');
+    if (step.op == 'Q') return core.hostQueueBuffer(step.slot);
+    if (step.op == 'A') return core.hostAcquireBuffer(nullptr);
+    if (step.op == 'C') return core.hostCancelBuffer(step.slot);
+    return core.hostReleaseBuffer(step.slot, step.op == 'R' ? frame : frame + 9);
+}
+
 class HostSlots : public ::testing::TestWithParam<SlotCase> {};
 
 // Every slot is in exactly one of free slots, free buffers, active buffers and unused slots.
@@ -61,32 +71,7 @@ TEST_P(HostSlots, EachSlotSitsInExactlyOneSetAfterEveryStep) {
     sp<BufferQueueCore> core(new BufferQueueCore());
     ASSERT_EQ(android::NO_ERROR, core->hostSetMaxDequeuedBufferCount(3));  // slots 0 to 3
     for (const Step& step : GetParam().steps) {
-        const uint64_t frame = core->hostSnapshot().slots[step.slot].mFrameNumber;
-        int result = 0;
-        switch (step.op) {
-            case 'D':
-                result = core->hostDequeueBuffer();
-                break;
-            case 'd':
-                result = core->hostDequeueBuffer(/*allocate=*/false);
-                break;
-            case 'Q':
-                result = core->hostQueueBuffer(step.slot);
-                break;
-            case 'A':
-                result = core->hostAcquireBuffer(nullptr);
-                break;
-            case 'R':
-                result = core->hostReleaseBuffer(step.slot, frame);
-                break;
-            case 'S':
-                result = core->hostReleaseBuffer(step.slot, frame + 9);
-                break;
-            case 'C':
-                result = core->hostCancelBuffer(step.slot);
-                break;
-        }
-        EXPECT_EQ(step.expect, result) << step.op << step.slot;
+        EXPECT_EQ(step.expect, run(*core, step)) << step.op << step.slot;
         std::string why;
         EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << step.op << step.slot << ": " << why;
     }
@@ -128,15 +113,12 @@ TEST(HostObjects, CoreWithBuffersReachesEachStateThroughTheTransitions) {
         makeCoreWithBuffers({HostBuffer::kQueued, HostBuffer::kAcquired, HostBuffer::kFree,
                              HostBuffer::kDequeued, HostBuffer::kAcquired});
     const auto snap = core->hostSnapshot();
-    std::vector<std::string> states;
-    std::vector<uint64_t> frames;
+    std::string slots;  // "<state>/<frame number> " of slots 0 to 4
     for (int slot = 0; slot < 5; ++slot) {
-        states.push_back(snap.slots[slot].mBufferState.string());
-        frames.push_back(snap.slots[slot].mFrameNumber);
+        slots += snap.slots[slot].mBufferState.string() +
+                 ("/" + std::to_string(snap.slots[slot].mFrameNumber) + " ");
     }
-    EXPECT_EQ((std::vector<std::string>{"QUEUED", "ACQUIRED", "FREE", "DEQUEUED", "ACQUIRED"}),
-              states);
-    EXPECT_EQ((std::vector<uint64_t>{3, 1, 0, 0, 2}), frames);
+    EXPECT_EQ("QUEUED/3 ACQUIRED/1 FREE/0 DEQUEUED/0 ACQUIRED/2 ", slots);
     EXPECT_EQ((std::set<int>{0, 1, 3, 4}), snap.activeBuffers);
     EXPECT_EQ((std::list<int>{2}), snap.freeBuffers);
     EXPECT_EQ(1u, snap.queue.size());

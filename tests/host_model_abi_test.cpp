@@ -92,8 +92,6 @@ public:
         CHECK_MEMBER(BLASTBufferQueue, mSurfaceControlsWithPendingCallback,
                      std::queue<sp<SurfaceControl>>);
         CHECK_MEMBER(BLASTBufferQueue, mSyncedFrameNumbers, std::unordered_set<uint64_t>);
-        CHECK_MEMBER(ReleaseCallbackId, bufferId, uint64_t);
-        CHECK_MEMBER(ReleaseCallbackId, framenumber, uint64_t);
         static_assert(std::is_same_v<decltype(&ConsumerBase::setDefaultBufferSize),
                                      status_t (ConsumerBase::*)(uint32_t, uint32_t)>);
     }

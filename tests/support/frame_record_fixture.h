@@ -37,12 +37,6 @@ public:
     }
     // The store's lock, for tests that check who takes it.
     static std::mutex& storeMutex(TalvexFrameRecord& record) { return record.mMutex; }
-    static const sp<IBinder>& surfaceFlinger(const TalvexFrameRecord& record) {
-        return record.mSurfaceFlinger;
-    }
-    static TalvexFrameRecord::DumperThread& dumperThread(TalvexFrameRecord& record) {
-        return record.mDumperThread;
-    }
     // Returns whether the worker has been started.
     static bool hasWorker(TalvexFrameRecord::DumperThread& thread) {
         std::lock_guard<std::mutex> lock(thread.mLock);
