@@ -14,6 +14,7 @@ namespace talvex::simulator {
 namespace {
 
 FILE* gOut = stdout;
+std::atomic<FILE*> gCopy{nullptr};
 std::atomic<bool> gReadTags{true};
 
 char priorityLetter(int priority) {
@@ -28,17 +29,26 @@ void writeLine(const struct __android_logger_data* data, const char* message) {
     localtime_r(&now.tv_sec, &local);
     char stamp[32];
     strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &local);
-    fprintf(gOut, "%s.%03ld %5d %5ld %c %s: %s\n", stamp, static_cast<long>(now.tv_usec / 1000),
-            getpid(), static_cast<long>(syscall(SYS_gettid)), priorityLetter(data->priority),
-            !gReadTags ? program_invocation_short_name : (data->tag ? data->tag : ""),
-            message ? message : "");
+    char line[4096];
+    snprintf(line, sizeof(line), "%s.%03ld %5d %5ld %c %s: %s\n", stamp,
+             static_cast<long>(now.tv_usec / 1000), getpid(),
+             static_cast<long>(syscall(SYS_gettid)), priorityLetter(data->priority),
+             !gReadTags ? program_invocation_short_name : (data->tag ? data->tag : ""),
+             message ? message : "");
+    // One write per line and stream, so lines of different threads never mix.
+    fputs(line, gOut);
     fflush(gOut);
+    if (FILE* copy = gCopy.load()) {
+        fputs(line, copy);
+        fflush(copy);
+    }
 }
 
 }  // namespace
 
-void logToLogcatFormat(FILE* out) {
+void logToLogcatFormat(FILE* out, FILE* copy) {
     gOut = out;
+    gCopy = copy;
     android::base::SetLogger(android::base::StderrLogger);  // libbase forwards to liblog
     android::base::SetMinimumLogSeverity(android::base::VERBOSE);
     __android_log_set_logger(&writeLine);
