@@ -4,6 +4,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <fstream>
@@ -62,8 +63,16 @@ std::string readFile(const std::string& path) {
     return text.str();
 }
 
+// A fresh file name: tests of this binary run in parallel.
+std::string tempPath(const char* name) {
+    std::string path = testing::TempDir() + name + "XXXXXX";
+    const int fd = mkstemp(path.data());
+    if (fd >= 0) close(fd);
+    return path;
+}
+
 SimulatorRun runSimulator(const std::string& args) {
-    const std::string errPath = testing::TempDir() + "simulator_stderr.txt";
+    const std::string errPath = tempPath("simulator_stderr_");
     const std::string command = std::string(TALVEX_SIMULATOR_PATH) + " " + args + " 2>" + errPath;
     SimulatorRun run;
     FILE* pipe = popen(command.c_str(), "r");
@@ -73,6 +82,7 @@ SimulatorRun runSimulator(const std::string& args) {
     const int status = pclose(pipe);
     run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
     run.stderrText = readFile(errPath);
+    unlink(errPath.c_str());
     static const std::regex kLine(R"(^\d\d-\d\d \d\d:\d\d:\d\d\.\d{3} +\d+ +\d+ ([VDIWEF] .*)$)");
     std::istringstream lines(run.stdoutText);
     for (std::string line; std::getline(lines, line);) {
@@ -182,13 +192,14 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 TEST(Simulator, OutFileHoldsTheSameLogAsTheScreen) {
-    const std::string outPath = testing::TempDir() + "simulator_out.txt";
+    const std::string outPath = tempPath("simulator_out_");
     const SimulatorRun run = runSimulator("--seconds=0.5 --scenario=healthy --out " + outPath);
     expectCleanRun(run, "healthy");
     const std::string file = readFile(outPath);
     EXPECT_THAT(file, HasSubstr("I TalvexSimulator: scenario healthy over\n"));
     // The screen goes on with the unload's lines; the file ends with the run.
     EXPECT_EQ(0u, run.stdoutText.find(file));
+    unlink(outPath.c_str());
 }
 
 TEST(Simulator, BadOptionIsRefusedBeforeAnythingRuns) {

@@ -53,6 +53,28 @@ void Compositor::loseCompletion(int32_t layerId, uint64_t frameNumber) {
     mLostCompletions.emplace(layerId, frameNumber);
 }
 
+void Compositor::forgetLayer(int32_t layerId) {
+    std::vector<SurfaceComposerClient::Transaction> dropped;
+    std::unique_lock<std::mutex> lock(mMutex);
+    mLatched.erase(layerId);
+    mHeldLayers.erase(layerId);
+    for (auto it = mIncoming.begin(); it != mIncoming.end();) {
+        bool touches = false;
+        for (const auto& layer : it->hostLayers()) {
+            touches |=
+                layer.surfaceControl != nullptr && layer.surfaceControl->getLayerId() == layerId;
+        }
+        if (touches) {
+            dropped.push_back(std::move(*it));
+            it = mIncoming.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    const uint64_t running = mBatches;
+    mBatchDone.wait(lock, [&] { return !mRunning || !mInBatch || mBatches > running; });
+}
+
 int Compositor::lostCompletions() {
     std::lock_guard<std::mutex> lock(mMutex);
     return mLostCount;
@@ -72,10 +94,15 @@ void Compositor::threadMain() {
         if (mWake.wait_until(lock, vsync, [this] { return !mRunning; })) break;
         std::vector<SurfaceComposerClient::Transaction> batch;
         batch.swap(mIncoming);
+        mInBatch = true;
         // Callbacks run into libgui, which takes its own locks: never under ours.
         lock.unlock();
         for (const auto& transaction : batch) composite(transaction);
+        batch.clear();
         lock.lock();
+        mInBatch = false;
+        ++mBatches;
+        mBatchDone.notify_all();
     }
 }
 

@@ -34,6 +34,10 @@ public:
     uint64_t holdReleases(int32_t layerId);
     // The completion of `layerId`'s frame `frameNumber` is never delivered.
     void loseCompletion(int32_t layerId, uint64_t frameNumber);
+    // Forgets layer `layerId`, which is going away: drops what the compositor holds of it and
+    // returns once no vsync that may still touch it is running, so the layer's last reference
+    // goes on the caller's thread.
+    void forgetLayer(int32_t layerId);
     // Returns how many completions were lost so far.
     int lostCompletions();
 
@@ -45,7 +49,10 @@ private:
     const std::chrono::nanoseconds mVsyncPeriod;
     std::mutex mMutex;
     std::condition_variable mWake;
+    std::condition_variable mBatchDone;
     bool mRunning = false;
+    bool mInBatch = false;  // guarded by mMutex
+    uint64_t mBatches = 0;  // batches done; guarded by mMutex
     std::vector<android::SurfaceComposerClient::Transaction> mIncoming;  // guarded by mMutex
     std::set<int32_t> mHeldLayers;                                       // guarded by mMutex
     std::set<std::pair<int32_t, uint64_t>> mLostCompletions;             // guarded by mMutex

@@ -89,14 +89,11 @@ void playOversize(World& world) {
 
 void playChurn(World& world) {
     startLayers(world);
+    // Each step one app closes and another opens, while the rest keep drawing.
     while (world.sleepFor(share(world, 0.1))) {
         auto& layers = world.layers();
-        const size_t most = static_cast<size_t>(world.options().layers) + 2;
-        if (layers.size() > 1 && (layers.size() >= most || world.random()() % 2 == 0)) {
-            world.removeLayer(world.random()() % layers.size());
-        } else {
-            world.addLayer();
-        }
+        world.removeLayer(world.random()() % layers.size());
+        world.addLayer();
     }
 }
 

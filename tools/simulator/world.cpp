@@ -74,6 +74,8 @@ void World::removeLayer(size_t index, bool announce) {
     std::unique_ptr<Layer> layer = std::move(mLayers[index]);
     mLayers.erase(mLayers.begin() + static_cast<std::ptrdiff_t>(index));
     const int32_t id = layer->layerId();
+    layer->stop();
+    mCompositor.forgetLayer(id);
     {
         std::lock_guard<std::mutex> lock(mNamesMutex);
         mNames.erase(layer->surface()->getLayerStateHandle().get());
