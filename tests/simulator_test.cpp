@@ -266,7 +266,9 @@ TEST(SimulatorReleaseStall, DumpShowsTheStalledLayerHoldingEveryBuffer) {
     bool sawReleasedBeforeStall = false;
     for (const auto& frame : frames) {
         const bool released = frame.find("releaseBufferCallback(") != std::string::npos;
-        if (frameNumberOf(frame) >= firstHeld) EXPECT_FALSE(released) << frame;
+        if (frameNumberOf(frame) >= firstHeld) {
+            EXPECT_FALSE(released) << frame;
+        }
         if (frameNumberOf(frame) + 1 < firstHeld) sawReleasedBeforeStall |= released;
     }
     EXPECT_TRUE(sawReleasedBeforeStall);
