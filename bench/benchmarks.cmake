@@ -4,3 +4,6 @@ talvex_cc_benchmark(NAME frame_record_benchmark
     DEPS gui_talvex_utils talvex_host_platform android::base android::log android::utils)
 # The benchmark reads the record's private headers (frame_record/) like the tests do.
 target_include_directories(frame_record_benchmark PRIVATE ${PROJECT_SOURCE_DIR})
+talvex_cc_benchmark(NAME bufferqueue_helper_benchmark
+    SRCS ${CMAKE_CURRENT_SOURCE_DIR}/bufferqueue_helper_benchmark.cpp
+    DEPS gui_talvex_utils talvex_host_platform android::base android::log android::utils)

@@ -188,7 +188,8 @@ void BM_DumpAll(benchmark::State& state) {
 }
 BENCHMARK(BM_DumpAll)->Unit(benchmark::kMicrosecond);
 
-// getTimeString (two snprintf calls, as Part 2.3 fixes) against the dump's formatter.
+// getTimeString, which returns a fresh string, against appending the same text in place as
+// the dump does.
 void BM_GetTimeString(benchmark::State& state) {
     IFrameRecord* record = gDumpStore->record();
     long to = 1012345678;

@@ -92,7 +92,7 @@ public:
     TalvexFrameRecord(const TalvexFrameRecord&) = delete;
     TalvexFrameRecord& operator=(const TalvexFrameRecord&) = delete;
 
-    // Part 2.2, frame record store (frame_record_store.cpp).
+    // Frame record store (frame_record_store.cpp).
     // Returns whether recording is on; fixed at construction.
     bool getEnable() override { return mEnable; }
     // Drops the layer's record if `blastBufferQueue` owns it.
@@ -109,15 +109,15 @@ public:
     void setLayerFrameEvent(void* surfaceControl, unsigned long frameNumber,
                             FrameType type) override;
 
-    // Part 2.4, frame record dump (frame_record_dump.cpp).
+    // Frame record dump (frame_record_dump.cpp).
     // Appends the whole record as text to `out`; appends nothing when recording is off.
     void dumpAllRecordContent(std::string& out) override;
 
-    // Part 2.6, compositor layer call (compositor_layer_call.cpp).
+    // Compositor layer call (compositor_layer_call.cpp).
     // Sends SurfaceFlinger the one-way request naming layer `layerId` with `token`; no lock.
     void callSurfaceFlingerByLayer(const sp<IBinder>& token, int layerId) override;
 
-    // Part 2.3, callback id timing (callback_id_timing.cpp). The caller serialises these.
+    // Callback id timing (callback_id_timing.cpp). The caller serialises these.
     // Records `id` with the current time.
     void addCallbackIdLocked(long id) override;
     // Forgets `id`.
@@ -127,7 +127,7 @@ public:
     // Returns `to` - `from` as "+12ms345us678", or "-1" if either time is 0.
     std::string getTimeString(long from, long to) override;
 
-    // Part 2.5, dumper thread (dumper_thread.cpp); forwarded to `mDumperThread`.
+    // Dumper thread (dumper_thread.cpp); forwarded to `mDumperThread`.
     void pushTaskAndStart(std::function<void()>&& task) override;
     void ensureTaskFinish() override;
 
@@ -138,11 +138,11 @@ private:
     void setLayerFrameEventLocked(int layerId, unsigned long frameNumber, FrameType type);
 
     bool mEnable;
-    sp<IBinder> mSurfaceFlinger;  // cached compositor binder (Part 2.6)
+    sp<IBinder> mSurfaceFlinger;  // cached compositor binder
     DumperThread mDumperThread;
     std::mutex mMutex;  // guards mRecordContents; held for a whole dump
     std::unordered_map<int, RecordContent> mRecordContents;
-    std::unordered_map<long, long> mCallbackIdTimes;  // guarded by the callers (Part 2.3)
+    std::unordered_map<long, long> mCallbackIdTimes;  // guarded by the callers
 };
 
 }  // namespace android

@@ -1,4 +1,4 @@
-// Part 2.6: the one-way request to the compositor that names a layer.
+// The one-way request to the compositor that names a layer.
 #include <android/log.h>
 #include <binder/IBinder.h>
 #include <binder/IServiceManager.h>

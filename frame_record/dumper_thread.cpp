@@ -1,4 +1,4 @@
-// Part 2.5: the dumper thread, one background worker per frame record.
+// The dumper thread: one background worker per frame record.
 #include <android/log.h>
 #include <pthread.h>
 

@@ -1,4 +1,4 @@
-// Part 2.4: the frame record dump, the whole record as text.
+// The frame record dump: the whole record as text.
 #include <array>
 #include <charconv>
 #include <cstdint>
@@ -37,7 +37,7 @@ void appendPointer(std::string& text, const void* pointer) {
 // The longest event text after the name: "(", index (20), "/", time (20), "/", time string, ") ".
 constexpr size_t kMaxEventTailLength = 1 + 20 + 1 + 20 + 1 + talvex::kMaxTimeStringLength + 2;
 
-// Appends the name of `type` (Part 2.1): the enumerator's name for 0 to 11, else the decimal.
+// Appends the name of `type`: the enumerator's name for 0 to 11, else the decimal.
 void appendTypeName(std::string& text, FrameType type) {
     // Built once from frameTypeName(), the one name table, so the dump never allocates a name.
     static const std::array<std::string, 12> kNames = [] {
@@ -64,7 +64,7 @@ void appendEvent(std::string& text, const TalvexFrameRecord::Event& event, int64
     *p++ = '/';
     p = std::to_chars(p, p + 20, event.time).ptr;
     *p++ = '/';
-    // The text of getTimeString(startTime, time), Part 2.3, without its snprintf calls.
+    // The text of getTimeString(startTime, time), written in place.
     p = talvex::writeTimeString(p, startTime, event.time);
     *p++ = ')';
     *p++ = ' ';

@@ -1,4 +1,4 @@
-// Part 2.2: the frame record store — construction, enablement and the per-layer, per-frame traces.
+// The frame record store — construction, enablement and the per-layer, per-frame traces.
 #include <android-base/properties.h>
 #include <android/log.h>
 #include <binder/IBinder.h>
@@ -48,8 +48,9 @@ TalvexFrameRecord::TalvexFrameRecord() : mEnable(checkRecordEnable()) {
 
 TalvexFrameRecord::~TalvexFrameRecord() {
     // No lock: nobody may call a record that is going away. A dump task still running on the
-    // worker would race with this (the spec's member order joins the worker last); the record
-    // is a process-wide singleton that is never destroyed, so that cannot happen in use.
+    // worker would race with this (`mDumperThread` is declared before the maps, so the worker
+    // is joined only after this body and the maps' destructors have run); the record is a
+    // process-wide singleton that is never destroyed, so that cannot happen in use.
     mEnable = false;
     mSurfaceFlinger.clear();
     mRecordContents.clear();

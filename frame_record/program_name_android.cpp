@@ -1,4 +1,4 @@
-// bionic: the short program name, as Part 2.4 asks for.
+// bionic: the short program name the dump's header prints.
 #include <stdlib.h>
 
 #include "frame_record/program_name.h"

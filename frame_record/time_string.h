@@ -10,22 +10,28 @@ namespace android::talvex {
 // "us", three digits.
 constexpr size_t kMaxTimeStringLength = 1 + 11 + 2 + 4 + 2 + 3;
 
-// Writes exactly the text `TalvexFrameRecord::getTimeString(from, to)` returns ("+12ms345us678",
-// "-1" if either time is 0) at `out`, without its two snprintf calls (the dump prints one per
-// event). `out` must have room for `kMaxTimeStringLength` characters; returns the end.
-// Takes `long` as getTimeString does: on a 32-bit build both times are cut to 32 bits first.
+// Writes `to` - `from` (nanoseconds) at `out` as "%c%dms%.3dus%.3d" would print it:
+// "+12ms345us678", "-2ms000us500", or "-1" if either time is 0 (unknown). The one formatter of
+// time differences: `TalvexFrameRecord::getTimeString` returns its text and the dump writes it
+// straight into each event's buffer, with no printf call and no allocation per event.
+// `out` must have room for `kMaxTimeStringLength` characters; returns the end.
+// Takes `long`, like `IFrameRecord::getTimeString`: on a 32-bit build both times are cut to
+// 32 bits first.
 inline char* writeTimeString(char* out, long from, long to) {
     if (from == 0 || to == 0) {
         *out++ = '-';
         *out++ = '1';
         return out;
     }
-    // The same arithmetic as getTimeString, 32-bit wrap of the microsecond total included.
+    // Unsigned arithmetic wraps where the signed difference or its absolute value would overflow.
     const int64_t difference =
         static_cast<int64_t>(static_cast<uint64_t>(to) - static_cast<uint64_t>(from));
     const uint64_t magnitude =
         difference < 0 ? 0 - static_cast<uint64_t>(difference) : static_cast<uint64_t>(difference);
     const int32_t ms = static_cast<int32_t>(magnitude / 1000000);
+    // The microsecond total is narrowed to 32 bits before the remainder, so long differences
+    // print as they always have: from 2147483648000 ns on, the microsecond field can come out
+    // negative.
     const int32_t us = static_cast<int32_t>(magnitude / 1000) % 1000;
     const int32_t ns = static_cast<int32_t>(magnitude % 1000);
 

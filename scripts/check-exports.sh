@@ -16,8 +16,10 @@ allowed=(
     '^talvex_libgui_vendor_hook_init$'
     '^((vtable|typeinfo|typeinfo name) for )?android::libgui_interface::hook::'
     '^((vtable|typeinfo|typeinfo name) for )?android::TalvexFrameRecord'
+    '^((vtable|typeinfo|typeinfo name) for )?android::TalvexBufferQueueHelper'
     '^((vtable|typeinfo|typeinfo name) for )?android::talvexgui::'
     '^((vtable|typeinfo|typeinfo name) for )?android::Singleton<android::TalvexFrameRecord>::'
+    '^((vtable|typeinfo|typeinfo name) for )?android::Singleton<android::TalvexBufferQueueHelper>::'
     # Names the sanitizers' instrumentation may define in an instrumented library.
     '^_{2,3}(asan|odr_asan|tsan|ubsan|sancov)'
 )
@@ -38,6 +40,9 @@ required=(
     'android::libgui_interface::hook::libgui_ext_handle'
     'android::libgui_interface::hook::createTalvexFrameRecordFactory()'
     'android::TalvexFrameRecord::createRealImplFactory()'
+    'android::TalvexBufferQueueHelper::createRealImplFactory()'
+    'android::TalvexBufferQueueHelper::dumpBQCoreState('
+    'android::TalvexBufferQueueHelper::dumpBlastStateAndFrameRecordLocked('
 )
 
 if ! listing=$(nm -DC --defined-only "$library"); then

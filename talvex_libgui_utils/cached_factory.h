@@ -7,7 +7,7 @@
 
 namespace android::libgui_interface::hook {
 
-// The factory algorithm shared by the frame record and the buffer-queue helper (Part 1.2):
+// The factory algorithm shared by the frame record and the buffer-queue helper:
 // loads the vendor library, then fills `cache` once with the registered class or the static
 // fallback, logging which under `factoryName`. Returns `cache`.
 template <typename Interface, typename Fallback>

@@ -1,4 +1,4 @@
-// Part 1.1: class registry and vendor library loading.
+// The class registry and vendor library loading.
 #include "talvex_libgui_utils/libgui_ext_interface.h"
 
 #include <android-base/logging.h>

@@ -1,4 +1,4 @@
-// Part 1.2: the buffer-queue helper's getter, factory and fallback.
+// The buffer-queue helper's getter, factory and fallback.
 #include "talvex_libgui_utils/talvex_bufferqueue_helper.h"
 
 #include <android-base/logging.h>

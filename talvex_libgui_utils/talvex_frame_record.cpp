@@ -1,4 +1,4 @@
-// Part 1.2: the frame record's getter, factory and fallback.
+// The frame record's getter, factory and fallback.
 #include "talvex_libgui_utils/talvex_frame_record.h"
 
 #include <android-base/logging.h>

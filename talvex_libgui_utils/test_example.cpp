@@ -1,4 +1,4 @@
-// Part 1.2: the test example's getter, factory and fallback.
+// The test example's getter, factory and fallback.
 #include "talvex_libgui_utils/test_example.h"
 
 #include <android-base/logging.h>

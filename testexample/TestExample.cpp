@@ -1,4 +1,4 @@
-// Part 1.2: the test example class.
+// The test example class.
 #include "testexample/TestExample.h"
 
 #include <android-base/logging.h>

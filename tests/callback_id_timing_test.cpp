@@ -1,11 +1,10 @@
-// Part 2.3: callback id timing and getTimeString.
+// Callback id timing and the time-difference text that the dumps print.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <utils/Timers.h>
 
 #include <cstdint>
 #include <limits>
-#include <random>
 
 #include "frame_record/time_string.h"
 #include "support/frame_record_fixture.h"
@@ -14,163 +13,71 @@ namespace talvex::test {
 namespace {
 
 using android::TalvexFrameRecord;
-using ::testing::IsEmpty;
 using ::testing::Pair;
 using ::testing::UnorderedElementsAre;
 
 using CallbackIdTiming = FrameRecordTest;
 
-TEST_F(CallbackIdTiming, AddRecordsIdWithCurrentTime) {
+TEST_F(CallbackIdTiming, KeepsEachPendingIdWithItsLatestAddTime) {
+    mRecord->removeCallbackIdLocked(5);  // on an empty map
+    mRecord->addCallbackIdLocked(1);
+    mRecord->addCallbackIdLocked(7);
+    const long firstOf7 = mRecord->getCallbackIdTime().at(7);
     const int64_t before = systemTime(SYSTEM_TIME_MONOTONIC);
-    mRecord->addCallbackIdLocked(42);
+    mRecord->addCallbackIdLocked(7);
     const int64_t after = systemTime(SYSTEM_TIME_MONOTONIC);
-    const auto times = mRecord->getCallbackIdTime();
-    ASSERT_EQ(1u, times.count(42));
-    EXPECT_GE(times.at(42), before);
-    EXPECT_LE(times.at(42), after);
-}
-
-TEST_F(CallbackIdTiming, AddingSameIdTwiceKeepsOneEntryWithSecondTime) {
-    mRecord->addCallbackIdLocked(7);
-    const long first = mRecord->getCallbackIdTime().at(7);
-    const int64_t beforeSecond = systemTime(SYSTEM_TIME_MONOTONIC);
-    mRecord->addCallbackIdLocked(7);
-    const auto times = mRecord->getCallbackIdTime();
-    EXPECT_EQ(1u, times.size());
-    EXPECT_GE(times.at(7), beforeSecond);
-    EXPECT_GE(times.at(7), first);
-}
-
-TEST_F(CallbackIdTiming, RemoveForgetsOnlyThatId) {
-    mRecord->addCallbackIdLocked(1);
-    mRecord->addCallbackIdLocked(2);
+    const auto copy = mRecord->getCallbackIdTime();
     mRecord->removeCallbackIdLocked(1);
-    const auto times = mRecord->getCallbackIdTime();
-    EXPECT_EQ(0u, times.count(1));
-    EXPECT_EQ(1u, times.count(2));
+    mRecord->removeCallbackIdLocked(5);  // unknown
+
+    ASSERT_EQ(2u, copy.size());  // the copy does not follow later changes
+    EXPECT_GE(copy.at(7), before);
+    EXPECT_LE(copy.at(7), after);
+    EXPECT_GE(copy.at(7), firstOf7);
+    EXPECT_THAT(mRecord->getCallbackIdTime(), UnorderedElementsAre(Pair(7, copy.at(7))));
 }
 
-TEST_F(CallbackIdTiming, RemovingUnknownIdOrOnEmptyMapChangesNothing) {
-    mRecord->removeCallbackIdLocked(5);
-    EXPECT_THAT(mRecord->getCallbackIdTime(), IsEmpty());
-    mRecord->addCallbackIdLocked(1);
-    const long added = mRecord->getCallbackIdTime().at(1);
-    mRecord->removeCallbackIdLocked(5);
-    EXPECT_THAT(mRecord->getCallbackIdTime(), UnorderedElementsAre(Pair(1, added)));
-}
+struct TimeCase {
+    int64_t from;
+    int64_t to;
+    const char* text;
+};
 
-TEST_F(CallbackIdTiming, CopyIsIndependentAndKeepsLoadFactor) {
-    mRecord->addCallbackIdLocked(1);
-    auto copy = mRecord->getCallbackIdTime();
-    mRecord->removeCallbackIdLocked(1);
-    EXPECT_EQ(1u, copy.count(1));
-    EXPECT_FLOAT_EQ(1.0f, copy.max_load_factor());
-}
+class TimeString : public ::testing::TestWithParam<TimeCase> {};
 
-TEST(CallbackIdTimingDisabled, AddAndRemoveDoNothingAndMapIsEmpty) {
+// The record's text and the dump's formatter must both give exactly this, recording on or off.
+TEST_P(TimeString, PrintsSignedMillisecondsMicrosecondsNanoseconds) {
+    const TimeCase& c = GetParam();
     ScopedProperty property("ro.build.type", "user");
     LogCapture logs;
     TalvexFrameRecord record;
-    record.addCallbackIdLocked(1);
-    EXPECT_THAT(record.getCallbackIdTime(), IsEmpty());
-    record.removeCallbackIdLocked(1);
-    EXPECT_THAT(record.getCallbackIdTime(), IsEmpty());
+    EXPECT_EQ(c.text, record.getTimeString(c.from, c.to));
+    std::string appended = "x";
+    android::talvex::appendTimeString(appended, c.from, c.to);
+    EXPECT_EQ(std::string("x") + c.text, appended);
 }
 
-TEST_F(CallbackIdTiming, TimeStringSpecExamples) {
-    EXPECT_EQ("+12ms345us678", mRecord->getTimeString(1000000000, 1012345678));
-    EXPECT_EQ("-2ms000us500", mRecord->getTimeString(1000000000, 997999500));
-    EXPECT_EQ("+0ms000us000", mRecord->getTimeString(1000000000, 1000000000));
-    EXPECT_EQ("+0ms000us005", mRecord->getTimeString(1, 6));
-    EXPECT_EQ("+2147483ms-648us000", mRecord->getTimeString(1, 2147483648001));
-    EXPECT_EQ("-1", mRecord->getTimeString(100, 0));
-}
+constexpr int64_t kMax = std::numeric_limits<int64_t>::max();
+constexpr int64_t kMin = std::numeric_limits<int64_t>::min();
 
-TEST_F(CallbackIdTiming, TimeStringWithEitherTimeZeroIsMinusOne) {
-    EXPECT_EQ("-1", mRecord->getTimeString(0, 0));
-    EXPECT_EQ("-1", mRecord->getTimeString(0, 5));
-    EXPECT_EQ("-1", mRecord->getTimeString(5, 0));
-    EXPECT_EQ("-1", mRecord->getTimeString(0, -5));
-}
-
-TEST_F(CallbackIdTiming, TimeStringFieldBoundaries) {
-    EXPECT_EQ("+0ms000us000", mRecord->getTimeString(5, 5));
-    EXPECT_EQ("+0ms000us999", mRecord->getTimeString(1, 1000));
-    EXPECT_EQ("+0ms001us000", mRecord->getTimeString(1, 1001));
-    EXPECT_EQ("+1ms000us000", mRecord->getTimeString(1, 1000001));
-    EXPECT_EQ("-2ms000us500", mRecord->getTimeString(2000501, 1));
-}
-
-TEST_F(CallbackIdTiming, TimeStringMicrosecondWrapAtTwoToThe31Microseconds) {
-    // 2147483647 us still fits; one more microsecond wraps to INT32_MIN.
-    EXPECT_EQ("+2147483ms647us000", mRecord->getTimeString(1, 1 + 2147483647000));
-    EXPECT_EQ("-2147483ms-648us000", mRecord->getTimeString(1 + 2147483648000, 1));
-}
-
-TEST_F(CallbackIdTiming, TimeStringExtremesDoNotOverflow) {
-    const long max = std::numeric_limits<long>::max();
-    const long min = std::numeric_limits<long>::min();
-    // Only the format of these is fixed by the 32-bit narrowing; they must not trap (UBSan).
-    EXPECT_FALSE(mRecord->getTimeString(min, max).empty());
-    EXPECT_FALSE(mRecord->getTimeString(max, min).empty());
-    EXPECT_FALSE(mRecord->getTimeString(1, min).empty());
-}
-
-TEST_F(CallbackIdTiming, TimeStringNeedsNoEnabledRecord) {
-    ScopedProperty property("ro.build.type", "user");
-    TalvexFrameRecord disabled;
-    EXPECT_EQ("+12ms345us678", disabled.getTimeString(1000000000, 1012345678));
-}
-
-// The dump's formatter (time_string.h) must print exactly what getTimeString returns.
-void expectSameText(TalvexFrameRecord& record, long from, long to) {
-    std::string fast;
-    android::talvex::appendTimeString(fast, from, to);
-    EXPECT_EQ(record.getTimeString(from, to), fast) << "from " << from << " to " << to;
-}
-
-TEST_F(CallbackIdTiming, DumpFormatterMatchesGetTimeStringAtEdges) {
-    const int64_t max = std::numeric_limits<int64_t>::max();
-    const int64_t min = std::numeric_limits<int64_t>::min();
-    const int64_t edges[] = {0,
-                             1,
-                             -1,
-                             5,
-                             999,
-                             1000,
-                             1001,
-                             999999,
-                             1000000,
-                             2000500,
-                             2147483647,
-                             2147483648,
-                             4294967296,
-                             2147483647000,
-                             2147483648000,
-                             2147483648999,
-                             4294967296000,
-                             max,
-                             min,
-                             max - 1,
-                             min + 1};
-    for (int64_t from : edges) {
-        for (int64_t to : edges) {
-            expectSameText(*mRecord, from, to);
-            expectSameText(*mRecord, 1, to);
-            expectSameText(*mRecord, from, 1);
-        }
-    }
-}
-
-TEST_F(CallbackIdTiming, DumpFormatterMatchesGetTimeStringOnRandomTimes) {
-    std::mt19937_64 random(20261122);
-    for (int i = 0; i < 20000; ++i) {
-        const int shift = static_cast<int>(random() % 64);
-        const int64_t from = static_cast<int64_t>(random() >> shift);
-        const int64_t to = static_cast<int64_t>(random() >> (1 + random() % 63));  // >= 0
-        expectSameText(*mRecord, from, (i % 2) ? to : -to);
-    }
-}
+INSTANTIATE_TEST_SUITE_P(
+    Differences, TimeString,
+    ::testing::Values(TimeCase{1, 2, "+0ms000us001"}, TimeCase{5, 5, "+0ms000us000"},
+                      TimeCase{1000000000, 1012345678, "+12ms345us678"},
+                      TimeCase{1000000000, 997500000, "-2ms500us000"},
+                      TimeCase{2000501, 1, "-2ms000us500"}, TimeCase{1, 1000, "+0ms000us999"},
+                      TimeCase{1, 1001, "+0ms001us000"}, TimeCase{1, 1000001, "+1ms000us000"},
+                      // "unknown" on either side
+                      TimeCase{0, 5, "-1"}, TimeCase{5, 0, "-1"}, TimeCase{0, 0, "-1"},
+                      TimeCase{0, kMin, "-1"},
+                      // the microsecond total is narrowed to 32 bits before its remainder
+                      TimeCase{1, 1 + 2147483647000, "+2147483ms647us000"},
+                      TimeCase{1, 1 + 2147483648000, "+2147483ms-648us000"},
+                      TimeCase{1 + 2147483648000, 1, "-2147483ms-648us000"},
+                      // the difference wraps instead of overflowing
+                      TimeCase{kMin, kMax, "-0ms000us001"}, TimeCase{kMax, kMin, "+0ms000us001"},
+                      TimeCase{1, kMin, "+2077252342ms-489us807"},
+                      TimeCase{-1, kMax, "-2077252342ms-489us808"}));
 
 }  // namespace
 }  // namespace talvex::test

@@ -1,12 +1,11 @@
-// Part 2.6: the one-way request to the compositor, received by the host compositor registered
-// as "SurfaceFlinger" in the host service manager and read back as SurfaceFlinger would.
+// The one-way request that names a layer to the compositor, received by the host compositor
+// registered as "SurfaceFlinger" and read back as SurfaceFlinger would.
 #include <binder/Binder.h>
 #include <binder/IServiceManager.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <gui/HostCompositor.h>
 
-#include <atomic>
 #include <cstring>
 #include <vector>
 
@@ -20,31 +19,12 @@ using android::BBinder;
 using android::HostCompositor;
 using android::IBinder;
 using android::sp;
-using android::String16;
-using android::TalvexFrameRecord;
-using android::TalvexFrameRecordTestPeer;
+using ::testing::ElementsAre;
 
-constexpr char kServiceManagerMissing[] = "Talvex-Graphics:get defaultServiceManager failed";
 constexpr char kServiceMissing[] = "Talvex-Graphics:serviceManager get SurfaceFlinger failed";
+const android::String16 kSurfaceFlinger("SurfaceFlinger");
 
-// Counts look-ups, so a test can tell a cached binder from a second look-up.
-class CountingServiceManager : public android::HostServiceManager {
-public:
-    sp<IBinder> checkService(const String16& name) const override {
-        mLookups.fetch_add(1);
-        return HostServiceManager::checkService(name);
-    }
-    int lookups() const { return mLookups.load(); }
-
-private:
-    mutable std::atomic<int> mLookups{0};
-};
-
-const String16 kSurfaceFlinger("SurfaceFlinger");
-
-using CompositorLayerCallMissing = FrameRecordTest;
-
-// A userdebug record with a host compositor registered in the process's host service manager.
+// A record with `mCompositor` registered in the process's host service manager.
 class CompositorLayerCall : public FrameRecordTest {
 protected:
     void SetUp() override {
@@ -58,136 +38,91 @@ protected:
     sp<HostCompositor> mCompositor = new HostCompositor();
 };
 
-// Little-endian writers for the expected wire bytes (aosp-reference.md, kernel binder).
-void putInt32(std::vector<uint8_t>& bytes, uint32_t value) {
+// Little-endian kernel binder wire bytes.
+void put32(std::vector<uint8_t>& bytes, uint32_t value) {
     for (int i = 0; i < 4; ++i) bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
 }
-void putInt64(std::vector<uint8_t>& bytes, uint64_t value) {
-    for (int i = 0; i < 8; ++i) bytes.push_back(static_cast<uint8_t>(value >> (8 * i)));
+void put64(std::vector<uint8_t>& bytes, uint64_t value) {
+    put32(bytes, static_cast<uint32_t>(value));
+    put32(bytes, static_cast<uint32_t>(value >> 32));
 }
-void putString16(std::vector<uint8_t>& bytes, const char* ascii) {
-    const size_t length = std::strlen(ascii);
-    putInt32(bytes, static_cast<uint32_t>(length));
-    for (size_t i = 0; i <= length; ++i) {  // the units and a 0x0000 terminator
-        bytes.push_back(static_cast<uint8_t>(ascii[i]));
+void putString16(std::vector<uint8_t>& bytes, const std::string& ascii) {
+    put32(bytes, static_cast<uint32_t>(ascii.size()));
+    for (size_t i = 0; i <= ascii.size(); ++i) {  // the units and a 0x0000 terminator
+        bytes.push_back(static_cast<uint8_t>(ascii.c_str()[i]));
         bytes.push_back(0);
     }
     while (bytes.size() % 4 != 0) bytes.push_back(0);
 }
-std::vector<uint8_t> expectedHead(const char* layerName) {
-    std::vector<uint8_t> bytes;
-    putInt32(bytes, 0x80000000);  // strict-mode policy | STRICT_MODE_PENALTY_GATHER
-    putInt32(bytes, 0xffffffff);  // work source: not propagated
-    putInt32(bytes, 0x53595354);  // 'SYST'
-    putString16(bytes, "android.ui.ISurfaceComposer");
-    EXPECT_EQ(72u, bytes.size());
-    putInt32(bytes, 3);
-    putString16(bytes, layerName);
-    return bytes;
-}
 
-TEST_F(CompositorLayerCall, SendsOneWayRequestReadBackAsSurfaceFlingerWould) {
-    sp<IBinder> token = new BBinder();
-    mRecord->callSurfaceFlingerByLayer(token, 42);
+struct RequestCase {
+    bool localToken;
+    int layerId;
+    size_t size;  // of the whole parcel
+};
+
+class CompositorLayerRequest : public CompositorLayerCall,
+                               public ::testing::WithParamInterface<RequestCase> {};
+
+TEST_P(CompositorLayerRequest, IsCode1025OneWayWithTheExactParcelBytes) {
+    sp<BBinder> token = GetParam().localToken ? new BBinder() : nullptr;
+    mRecord->callSurfaceFlingerByLayer(token, GetParam().layerId);
+    const std::string name = "layer#" + std::to_string(GetParam().layerId);
+
+    std::vector<uint8_t> expected;
+    put32(expected, 0x80000000);  // strict-mode policy | STRICT_MODE_PENALTY_GATHER
+    put32(expected, 0xffffffff);  // work source: not propagated
+    put32(expected, 0x53595354);  // 'SYST'
+    putString16(expected, "android.ui.ISurfaceComposer");
+    put32(expected, 3);
+    putString16(expected, name);
+    put32(expected, 0x73622a85);                   // BINDER_TYPE_BINDER
+    put32(expected, token ? 0x100 | 0x13 : 0x13);  // ACCEPTS_FDS | priority bits
+    put64(expected, token ? reinterpret_cast<uintptr_t>(token->getWeakRefs()) : 0);
+    put64(expected, reinterpret_cast<uintptr_t>(token.get()));
+    put32(expected, token ? 12 : 0);  // stability: SYSTEM, none for null
     const auto received = mCompositor->transactions();
     ASSERT_EQ(1u, received.size());
     EXPECT_EQ(1025u, received[0].code);
     EXPECT_EQ(static_cast<uint32_t>(IBinder::FLAG_ONEWAY), received[0].flags);
+    EXPECT_EQ(GetParam().size, received[0].bytes.size());
+    EXPECT_EQ(expected, received[0].bytes);
     ASSERT_TRUE(received[0].layerRequest.has_value());
     EXPECT_TRUE(received[0].layerRequest->interfaceOk);
-    EXPECT_EQ(3, received[0].layerRequest->command);
-    EXPECT_EQ("layer#42", received[0].layerRequest->layerName);
-    EXPECT_EQ(token, received[0].layerRequest->token);
-    EXPECT_EQ(mCompositor, TalvexFrameRecordTestPeer::surfaceFlinger(*mRecord));
-
-    const auto lines = mLogs.linesContaining("async over");
-    ASSERT_EQ(1u, lines.size());
-    EXPECT_EQ("Talvex-Graphics:callSurfaceFlingerByLayer async over: #42", lines[0].text);
-    EXPECT_EQ(ANDROID_LOG_DEBUG, lines[0].priority);
-    EXPECT_EQ(defaultTag(), lines[0].tag);
+    EXPECT_EQ(name, received[0].layerRequest->layerName);
+    EXPECT_EQ(sp<IBinder>(token), received[0].layerRequest->token);
+    EXPECT_THAT(mLogs.linesContaining("async"),
+                ElementsAre(debugLine("Talvex-Graphics:callSurfaceFlingerByLayer async over: #" +
+                                      std::to_string(GetParam().layerId))));
 }
 
-TEST_F(CompositorLayerCall, NullTokenBytesMatchKernelBinderLayout) {
-    mRecord->callSurfaceFlingerByLayer(nullptr, 42);
-    std::vector<uint8_t> expected = expectedHead("layer#42");
-    putInt32(expected, 0x73622a85);  // BINDER_TYPE_BINDER
-    putInt32(expected, 0x13);        // FLAT_BINDER_FLAG priority bits
-    putInt64(expected, 0);           // binder
-    putInt64(expected, 0);           // cookie
-    putInt32(expected, 0);           // stability: none for null
-    const auto received = mCompositor->transactions();
-    ASSERT_EQ(1u, received.size());
-    EXPECT_EQ(128u, received[0].bytes.size());
-    EXPECT_EQ(expected, received[0].bytes);
-    ASSERT_TRUE(received[0].layerRequest.has_value());
-    EXPECT_EQ(nullptr, received[0].layerRequest->token);
-}
+INSTANTIATE_TEST_SUITE_P(Tokens, CompositorLayerRequest,
+                         ::testing::Values(RequestCase{false, 42, 128}, RequestCase{true, -1, 128},
+                                           RequestCase{true, 7, 124}));
 
-TEST_F(CompositorLayerCall, LocalTokenBytesMatchKernelBinderLayout) {
-    sp<BBinder> token = new BBinder();
-    mRecord->callSurfaceFlingerByLayer(token, 7);
-    std::vector<uint8_t> expected = expectedHead("layer#7");
-    putInt32(expected, 0x73622a85);
-    putInt32(expected, 0x100 | 0x13);  // FLAT_BINDER_FLAG_ACCEPTS_FDS | priority bits
-    putInt64(expected, reinterpret_cast<uintptr_t>(token->getWeakRefs()));
-    putInt64(expected, reinterpret_cast<uintptr_t>(token.get()));
-    putInt32(expected, 12);  // Stability::SYSTEM
-    const auto received = mCompositor->transactions();
-    ASSERT_EQ(1u, received.size());
-    EXPECT_EQ(expected, received[0].bytes);
-}
-
-TEST_F(CompositorLayerCall, LayerZeroAndNegativeIdsAreNamedInDecimal) {
-    mRecord->callSurfaceFlingerByLayer(nullptr, 0);
-    mRecord->callSurfaceFlingerByLayer(nullptr, -1);
-    const auto received = mCompositor->transactions();
-    ASSERT_EQ(2u, received.size());
-    ASSERT_TRUE(received[0].layerRequest.has_value() && received[1].layerRequest.has_value());
-    EXPECT_EQ("layer#0", received[0].layerRequest->layerName);
-    EXPECT_EQ("layer#-1", received[1].layerRequest->layerName);
-    EXPECT_EQ(1u, mLogs.count("Talvex-Graphics:callSurfaceFlingerByLayer async over: #-1"));
-}
-
-TEST_F(CompositorLayerCall, CachedBinderIsUsedWithoutSecondLookUp) {
-    mRecord->callSurfaceFlingerByLayer(nullptr, 1);
-    // Gone from the manager: a second look-up would fail, the cached binder still answers.
-    android::hostDefaultServiceManager()->removeService(kSurfaceFlinger);
-    mRecord->callSurfaceFlingerByLayer(nullptr, 2);
-    EXPECT_EQ(2u, mCompositor->transactions().size());
-    EXPECT_EQ(0u, mLogs.count(kServiceMissing));
-}
-
-TEST_F(CompositorLayerCall, DebugLineFollowsAlsoAFailedTransaction) {
+// Also when recording is off and when the compositor answers with an error.
+TEST_F(CompositorLayerCall, KeepsTheFoundCompositorAndLogsEveryCall) {
     android::hostDefaultServiceManager()->removeService(kSurfaceFlinger);
     sp<HostCompositor> failing = new HostCompositor(android::BAD_VALUE);
     android::defaultServiceManager()->addService(kSurfaceFlinger, failing);
-    mRecord->callSurfaceFlingerByLayer(nullptr, 9);
-    EXPECT_EQ(1u, failing->transactions().size());
-    EXPECT_EQ(1u, mLogs.count("Talvex-Graphics:callSurfaceFlingerByLayer async over: #9"));
-}
-
-TEST_F(CompositorLayerCall, ActsAlsoWhenRecordingIsOff) {
     ScopedProperty property("ro.build.type", "user");
-    TalvexFrameRecord record;
-    ASSERT_FALSE(record.getEnable());
-    record.callSurfaceFlingerByLayer(nullptr, 5);
-    const auto received = mCompositor->transactions();
-    ASSERT_EQ(1u, received.size());
-    ASSERT_TRUE(received[0].layerRequest.has_value());
-    EXPECT_EQ("layer#5", received[0].layerRequest->layerName);
+    android::TalvexFrameRecord record;
+    record.callSurfaceFlingerByLayer(nullptr, 1);
+    // Gone from the manager: a second look-up would fail, the kept binder still answers.
+    android::hostDefaultServiceManager()->removeService(kSurfaceFlinger);
+    record.callSurfaceFlingerByLayer(nullptr, 2);
+    EXPECT_EQ(2u, failing->transactions().size());
+    EXPECT_EQ(0u, mLogs.count(kServiceMissing));
+    EXPECT_EQ(1u, mLogs.count("async over: #2"));
 }
 
-TEST_F(CompositorLayerCallMissing, MissingCompositorIsLoggedEveryCallAndRetriedUntilRegistered) {
-    android::defaultServiceManager();  // the host registry, without "SurfaceFlinger"
+using CompositorLayerCallMissing = FrameRecordTest;
+
+TEST_F(CompositorLayerCallMissing, MissingCompositorIsLoggedAndLookedUpAgainOnEveryCall) {
     mRecord->callSurfaceFlingerByLayer(nullptr, 1);
     mRecord->callSurfaceFlingerByLayer(nullptr, 2);
-    const auto errors = mLogs.linesContaining(kServiceMissing);
-    ASSERT_EQ(2u, errors.size());
-    EXPECT_EQ(kServiceMissing, errors[0].text);
-    EXPECT_EQ(ANDROID_LOG_ERROR, errors[0].priority);
-    EXPECT_EQ(defaultTag(), errors[0].tag);
-    EXPECT_EQ(0u, mLogs.count("async over"));
-    EXPECT_EQ(nullptr, TalvexFrameRecordTestPeer::surfaceFlinger(*mRecord));
+    EXPECT_THAT(mLogs.linesContaining("Talvex-Graphics:"),
+                ElementsAre(::testing::_, errorLine(kServiceMissing), errorLine(kServiceMissing)));
 
     sp<HostCompositor> compositor = new HostCompositor();
     android::defaultServiceManager()->addService(kSurfaceFlinger, compositor);
@@ -195,58 +130,20 @@ TEST_F(CompositorLayerCallMissing, MissingCompositorIsLoggedEveryCallAndRetriedU
     android::hostDefaultServiceManager()->removeService(kSurfaceFlinger);
     const auto received = compositor->transactions();
     ASSERT_EQ(1u, received.size());
-    ASSERT_TRUE(received[0].layerRequest.has_value());
     EXPECT_EQ("layer#3", received[0].layerRequest->layerName);
-    EXPECT_EQ(2u, mLogs.count(kServiceMissing));
-    EXPECT_EQ(compositor, TalvexFrameRecordTestPeer::surfaceFlinger(*mRecord));
 }
 
-TEST(CompositorLayerCallOwnProcess, MissingServiceManagerIsLoggedEveryCall) {
+TEST(CompositorLayerCallOwnProcess, MissingServiceManagerIsLoggedOnEveryCall) {
     EXPECT_IN_OWN_PROCESS({
         android::setDefaultServiceManager(nullptr);  // the process's first binder call
         ScopedProperty property("ro.build.type", "userdebug");
         LogCapture logs;
-        TalvexFrameRecord record;
+        android::TalvexFrameRecord record;
+        logs.clear();
         record.callSurfaceFlingerByLayer(nullptr, 1);
         record.callSurfaceFlingerByLayer(nullptr, 2);
-        const auto errors = logs.linesContaining("Talvex-Graphics:get");
-        ASSERT_EQ(2u, errors.size());
-        EXPECT_EQ(kServiceManagerMissing, errors[1].text);
-        EXPECT_EQ(ANDROID_LOG_ERROR, errors[1].priority);
-        EXPECT_EQ(0u, logs.count(kServiceMissing));
-        EXPECT_EQ(0u, logs.count("async over"));
-    });
-}
-
-TEST(CompositorLayerCallOwnProcess, SecondCallDoesNotLookUpAgain) {
-    EXPECT_IN_OWN_PROCESS({
-        sp<CountingServiceManager> manager = new CountingServiceManager();
-        android::setDefaultServiceManager(manager);
-        sp<HostCompositor> compositor = new HostCompositor();
-        manager->addService(kSurfaceFlinger, compositor);
-        ScopedProperty property("ro.build.type", "userdebug");
-        LogCapture logs;
-        TalvexFrameRecord record;
-        record.callSurfaceFlingerByLayer(nullptr, 1);
-        record.callSurfaceFlingerByLayer(nullptr, 2);
-        record.callSurfaceFlingerByLayer(nullptr, 3);
-        EXPECT_EQ(1, manager->lookups());
-        EXPECT_EQ(3u, compositor->transactions().size());
-        EXPECT_EQ(3u, logs.count("async over"));
-    });
-}
-
-TEST(CompositorLayerCallOwnProcess, FailedLookUpIsRetriedOnEveryCall) {
-    EXPECT_IN_OWN_PROCESS({
-        sp<CountingServiceManager> manager = new CountingServiceManager();
-        android::setDefaultServiceManager(manager);
-        ScopedProperty property("ro.build.type", "userdebug");
-        LogCapture logs;
-        TalvexFrameRecord record;
-        record.callSurfaceFlingerByLayer(nullptr, 1);
-        record.callSurfaceFlingerByLayer(nullptr, 2);
-        EXPECT_EQ(2, manager->lookups());
-        EXPECT_EQ(2u, logs.count(kServiceMissing));
+        const LogLine missing = errorLine("Talvex-Graphics:get defaultServiceManager failed");
+        EXPECT_THAT(logs.lines(), ElementsAre(missing, missing));
     });
 }
 

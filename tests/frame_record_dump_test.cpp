@@ -1,9 +1,14 @@
-// Part 2.4: the frame record dump, checked against text built independently from the store.
-#include <errno.h>
+// The frame record dump: the exact text of the record, and one consistent moment under writers.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <atomic>
+#include <future>
+#include <sstream>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include "support/frame_record_fixture.h"
 #include "support/text.h"
@@ -12,200 +17,158 @@ namespace talvex::test {
 namespace {
 
 using android::TalvexFrameRecord;
-using ::testing::HasSubstr;
-using ::testing::StartsWith;
-
+using Peer = android::TalvexFrameRecordTestPeer;
 using FrameRecordDump = FrameRecordTest;
 
 std::string header(size_t layers) {
-    // The binary's own name, written out: the host takes it from program_invocation_short_name.
-    return std::string("---Dump Process frame_record_dump_test") +
-           " All Frame Record START, Size:" + std::to_string(layers) + "---\n";
+    return "---Dump Process frame_record_dump_test All Frame Record START, Size:" +
+           std::to_string(layers) + "---\n";
 }
-
 const std::string kTrailer = "---Dump All Frame Record END---\n";
 
-// The expected frame line, built field by field from the stored frame.
-std::string frameLine(TalvexFrameRecord& record, unsigned long frameNumber,
-                      const TalvexFrameRecord::FrameEvent& frame) {
-    std::string line = "  FrameNumber:" + std::to_string(frameNumber) + " Events: ";
-    for (const TalvexFrameRecord::Event& event : frame.mEvents) {
-        line += android::libgui_interface::hook::frameTypeName(event.type) + "(" +
-                std::to_string(event.index) + "/" + std::to_string(event.time) + "/" +
-                record.getTimeString(frame.mStartStatus.startTime, event.time) + ") ";
-    }
-    const auto& status = frame.mStartStatus;
-    line += " StartStatus: sync:" + std::to_string(status.sync) +
-            " wait:" + std::to_string(status.wait) +
-            " numAvailable:" + std::to_string(status.numAvailable) +
-            " numAcquired:" + std::to_string(status.numAcquired) +
-            " startTime:" + std::to_string(status.startTime) + "\n";
-    return line;
+// "name(index/time/offset) " of event `i` of `frame`, times read back from the store.
+std::string event(TalvexFrameRecord& record, const TalvexFrameRecord::FrameEvent& frame, size_t i,
+                  const std::string& name) {
+    const auto& e = frame.mEvents.at(i);
+    return name + "(" + std::to_string(e.index) + "/" + std::to_string(e.time) + "/" +
+           record.getTimeString(frame.mStartStatus.startTime, e.time) + ") ";
 }
 
-// The expected text of one layer, synced section before normal.
-std::string layerText(TalvexFrameRecord& record, int layerId) {
-    auto content = android::TalvexFrameRecordTestPeer::content(record, layerId);
-    std::string text = "LayerId:" + std::to_string(layerId) +
-                       " BlastBufferQueue Name:" + content->mName +
-                       " SurfaceControl Name:" + content->mSurfaceControlName + "\n" +
-                       " SurfaceControl:" + pointerText(content->mSurfaceControl) +
-                       " mBlastBufferQueue:" + pointerText(content->mBlastBufferQueue) +
-                       " mLayerHandle:" + pointerText(content->mLayerHandle) + "\n";
-    text += " Synced Frame Event Record:\n";
-    for (const auto& [number, frame] : content->mSyncedFrameEvents) {
-        text += frameLine(record, number, frame);
-    }
-    text += " Normal Frame Event Record:\n";
-    for (const auto& [number, frame] : content->mNormalFrameEvents) {
-        text += frameLine(record, number, frame);
-    }
-    return text;
-}
-
-std::string dump(TalvexFrameRecord& record) {
-    std::string out;
-    record.dumpAllRecordContent(out);
-    return out;
-}
-
-TEST(FrameRecordDumpDisabled, AppendsNothingWhenRecordingIsOff) {
-    ScopedProperty property("ro.build.type", "user");
-    LogCapture logs;
-    TalvexFrameRecord record;
-    std::string out = "kept";
-    record.dumpAllRecordContent(out);
-    EXPECT_EQ("kept", out);
-}
-
-TEST_F(FrameRecordDump, EmptyRecordIsHeaderThenTrailer) {
-    EXPECT_EQ(header(0) + kTrailer, dump(*mRecord));
-}
-
-TEST_F(FrameRecordDump, LayerWithoutFramesPrintsTwoLinesAndTwoHeadings) {
-    android::sp<android::SurfaceControl> control = addLayer(12, queue(3), "app#7");
-    EXPECT_EQ(header(1) + "LayerId:12 BlastBufferQueue Name:app#7 SurfaceControl Name:layer12\n" +
-                  " SurfaceControl:" + pointerText(control.get()) +
-                  " mBlastBufferQueue:0x3000 mLayerHandle:" +
-                  pointerText(control->getLayerStateHandle().get()) + "\n" +
-                  " Synced Frame Event Record:\n Normal Frame Event Record:\n" + kTrailer,
-              dump(*mRecord));
-}
-
-TEST_F(FrameRecordDump, NullPointersPrintAs0x0AndLaterNumbersAreDecimal) {
-    android::sp<android::SurfaceControl> control(
-        new android::SurfaceControl(new android::SurfaceComposerClient(), nullptr, -5, "nohandle"));
-    mControls.push_back(control);
-    mRecord->updateFrameAndGetContent(control.get(), "q", nullptr);
-    const std::string text = dump(*mRecord);
-    EXPECT_THAT(text, HasSubstr("LayerId:-5 "));
-    EXPECT_THAT(text, HasSubstr(" mBlastBufferQueue:0x0 mLayerHandle:0x0\n"));
-    EXPECT_EQ(header(1) + layerText(*mRecord, -5) + kTrailer, text);
-}
-
-TEST_F(FrameRecordDump, FullLayerMatchesIndependentText) {
-    addLayer(3, queue(1), "bbq#3");
-    startFrame(3, 17, /*sync=*/false, /*wait=*/false, 1, 0);
-    mRecord->setLayerFrameEvent(3, 17, FrameType::onFrameAvailable);
-    mRecord->setLayerFrameEvent(3, 17, FrameType::acquireNextBuffer);
+TEST_F(FrameRecordDump, PrintsEveryLayerFrameAndEventExactly) {
+    android::sp<android::SurfaceControl> control = addLayer(3, queue(3), "app#7");
+    startFrame(3, 100, /*sync=*/false, /*wait=*/false, 1, 0);
+    startFrame(3, 9);
+    startFrame(3, 10);
+    mRecord->setLayerFrameEvent(3, 9, FrameType::onFrameAvailable);
+    mRecord->setLayerFrameEvent(3, 9, FrameType::acquireNextBuffer);
     startFrame(3, 18, /*sync=*/true, /*wait=*/true, -3, 2);
     mRecord->setLayerFrameEvent(3, 18, FrameType::FakeReleaseCallback);
-    startFrame(3, 19);  // no events
-    const std::string text = dump(*mRecord);
-    EXPECT_EQ(header(1) + layerText(*mRecord, 3) + kTrailer, text);
-    EXPECT_THAT(text, HasSubstr(" sync:1 wait:1 numAvailable:-3 numAcquired:2 startTime:"));
-    EXPECT_THAT(text, HasSubstr("  FrameNumber:19 Events:  StartStatus: sync:0"));
-    EXPECT_THAT(text, HasSubstr(") acquireNextBuffer(1/"));
-    EXPECT_THAT(text, HasSubstr(")  StartStatus:"));
-    // Synced before normal.
-    EXPECT_LT(text.find("FrameNumber:18"), text.find("FrameNumber:17"));
-    EXPECT_LT(text.find(" Synced Frame Event Record:"), text.find(" Normal Frame Event Record:"));
-}
+    mRecord->setLayerFrameEvent(3, 18, static_cast<FrameType>(12));
+    mRecord->setLayerFrameEvent(3, 18, static_cast<FrameType>(-1));
+    android::sp<android::SurfaceControl> bare(
+        new android::SurfaceControl(new android::SurfaceComposerClient(), nullptr, -5, "nohandle"));
+    mRecord->updateFrameAndGetContent(bare.get(), "q", nullptr);
+    mLogs.clear();
 
-TEST_F(FrameRecordDump, EventTimesPrintAsPositiveOffsetsFromFrameStart) {
-    addLayer(3, queue(1));
-    startFrame(3, 1);
-    mRecord->setLayerFrameEvent(3, 1, FrameType::apply);
-    const std::string text = dump(*mRecord);
-    const auto frame =
-        android::TalvexFrameRecordTestPeer::content(*mRecord, 3)->mNormalFrameEvents.at(1);
-    const std::string expected =
-        "apply(0/" + std::to_string(frame.mEvents[0].time) + "/" +
-        mRecord->getTimeString(frame.mStartStatus.startTime, frame.mEvents[0].time) + ") ";
-    EXPECT_THAT(text, HasSubstr(expected));
-    EXPECT_THAT(expected, HasSubstr("/+"));
-}
-
-TEST_F(FrameRecordDump, FramesPrintInNumericOrder) {
-    addLayer(1, queue(1));
-    startFrame(1, 100);
-    startFrame(1, 9);
-    startFrame(1, 10);
-    const std::string text = dump(*mRecord);
-    const size_t at9 = text.find("FrameNumber:9 ");
-    const size_t at10 = text.find("FrameNumber:10 ");
-    const size_t at100 = text.find("FrameNumber:100 ");
-    ASSERT_NE(std::string::npos, at9);
-    EXPECT_LT(at9, at10);
-    EXPECT_LT(at10, at100);
-}
-
-TEST_F(FrameRecordDump, UnknownTypeValuesPrintAsDecimal) {
-    addLayer(1, queue(1));
-    startFrame(1, 1);
-    mRecord->setLayerFrameEvent(1, 1, static_cast<FrameType>(12));
-    mRecord->setLayerFrameEvent(1, 1, static_cast<FrameType>(-1));
-    const std::string text = dump(*mRecord);
-    EXPECT_THAT(text, HasSubstr("Events: 12(0/"));
-    EXPECT_THAT(text, HasSubstr(") -1(1/"));
-    EXPECT_EQ(header(1) + layerText(*mRecord, 1) + kTrailer, text);
-}
-
-TEST_F(FrameRecordDump, EveryTypeNamePrintsAsInPart21) {
-    addLayer(1, queue(1));
-    startFrame(1, 1);
-    for (int type = 0; type <= 11; ++type) {
-        mRecord->setLayerFrameEvent(1, 1, static_cast<FrameType>(type));
-    }
-    const std::string text = dump(*mRecord);
-    EXPECT_THAT(text, HasSubstr(" FakeReleaseCallback(8/"));
-    EXPECT_THAT(text, HasSubstr(" apply(11/"));
-    EXPECT_EQ(header(1) + layerText(*mRecord, 1) + kTrailer, text);
-}
-
-TEST_F(FrameRecordDump, AppendsAfterExistingText) {
-    addLayer(1, queue(1));
     std::string out = "before\n";
     mRecord->dumpAllRecordContent(out);
-    EXPECT_THAT(out, StartsWith("before\n---Dump Process "));
-    EXPECT_EQ("before\n" + dump(*mRecord), out);
-}
-
-TEST_F(FrameRecordDump, ManyLayersEachPrintedOnceInMapOrder) {
-    for (int layer = 1; layer <= 5; ++layer) {
-        addLayer(layer, queue(layer));
-        startFrame(layer, 1);
-        mRecord->setLayerFrameEvent(layer, 1, FrameType::apply);
-    }
-    const std::string text = dump(*mRecord);
-    EXPECT_THAT(text, StartsWith(header(5)));
-    size_t position = header(5).size();
-    // Hash-map order is not sorted; each layer's block is contiguous and exact.
-    for (int seen = 0; seen < 5; ++seen) {
-        const size_t colon = text.find(' ', position);
-        const int layerId = std::stoi(text.substr(position + 8, colon - position - 8));
-        const std::string block = layerText(*mRecord, layerId);
-        ASSERT_EQ(block, text.substr(position, block.size()));
-        position += block.size();
-    }
-    EXPECT_EQ(kTrailer, text.substr(position));
-}
-
-TEST_F(FrameRecordDump, DumpLogsNothing) {
-    addLayer(1, queue(1));
-    mLogs.clear();
-    dump(*mRecord);
+    auto c = Peer::content(*mRecord, 3);
+    const auto& f9 = c->mNormalFrameEvents.at(9);
+    const auto& f18 = c->mSyncedFrameEvents.at(18);
+    auto start = [](const TalvexFrameRecord::FrameEvent& f) {
+        return std::to_string(f.mStartStatus.startTime) + "\n";
+    };
+    const std::string layer3 =
+        "LayerId:3 BlastBufferQueue Name:app#7 SurfaceControl Name:layer3\n SurfaceControl:" +
+        pointerText(control.get()) + " mBlastBufferQueue:0x3000 mLayerHandle:" +
+        pointerText(control->getLayerStateHandle().get()) + "\n Synced Frame Event Record:\n" +
+        "  FrameNumber:18 Events: " + event(*mRecord, f18, 0, "FakeReleaseCallback") +
+        event(*mRecord, f18, 1, "12") + event(*mRecord, f18, 2, "-1") +
+        " StartStatus: sync:1 wait:1 numAvailable:-3 numAcquired:2 startTime:" + start(f18) +
+        " Normal Frame Event Record:\n  FrameNumber:9 Events: " +
+        event(*mRecord, f9, 0, "onFrameAvailable") + event(*mRecord, f9, 1, "acquireNextBuffer") +
+        " StartStatus: sync:0 wait:0 numAvailable:0 numAcquired:0 startTime:" + start(f9) +
+        "  FrameNumber:10 Events:  StartStatus: sync:0 wait:0 numAvailable:0 numAcquired:0 "
+        "startTime:" +
+        start(c->mNormalFrameEvents.at(10)) +
+        "  FrameNumber:100 Events:  StartStatus: sync:0 wait:0 numAvailable:1 numAcquired:0 "
+        "startTime:" +
+        start(c->mNormalFrameEvents.at(100));
+    const std::string layerMinus5 =
+        "LayerId:-5 BlastBufferQueue Name:q SurfaceControl Name:nohandle\n SurfaceControl:" +
+        pointerText(bare.get()) +
+        " mBlastBufferQueue:0x0 mLayerHandle:0x0\n Synced Frame Event Record:\n"
+        " Normal Frame Event Record:\n";
+    // Layers come in the hash map's order; each block is whole.
+    EXPECT_THAT(out, ::testing::AnyOf("before\n" + header(2) + layer3 + layerMinus5 + kTrailer,
+                                      "before\n" + header(2) + layerMinus5 + layer3 + kTrailer));
+    EXPECT_THAT(out, ::testing::HasSubstr("/+"));  // events come after their frame's start
     EXPECT_TRUE(mLogs.lines().empty());
+
+    mRecord->clearFrameContent(3, queue(3));
+    mRecord->clearFrameContent(-5, nullptr);
+    out.clear();
+    mRecord->dumpAllRecordContent(out);
+    EXPECT_EQ(header(0) + kTrailer, out);
+}
+
+// Returns "" if no layer of `text` shows more than 11 frames, or a frame in the map its layer
+// does not use (odd layers start synced frames), or an older frame missing one of `events`.
+std::string checkDump(const std::string& text, int events) {
+    std::istringstream lines(text);
+    std::string line;
+    std::string last;
+    int layer = -1;
+    bool synced = false;
+    std::vector<size_t> frameEvents;  // of the current section
+    while (std::getline(lines, line)) {
+        last = line;
+        if (line.rfind("LayerId:", 0) == 0) layer = std::stoi(line.substr(8));
+        if (line.rfind(" Synced", 0) == 0 || line.rfind(" Normal", 0) == 0 || line[0] == '-') {
+            if (frameEvents.size() > 11)
+                return "more than 11 frames: layer " + std::to_string(layer);
+            for (size_t i = 0; i + 1 < frameEvents.size(); ++i) {
+                if (frameEvents[i] != static_cast<size_t>(events)) return "incomplete: " + text;
+            }
+            frameEvents.clear();
+            synced = line[1] == 'S';
+        } else if (line.rfind("  FrameNumber:", 0) == 0) {
+            if (synced != (layer % 2 == 1)) return "frame in the wrong map: " + line;
+            frameEvents.push_back(std::count(line.begin(), line.end(), '('));
+        }
+    }
+    return last == "---Dump All Frame Record END---" ? "" : "no trailer";
+}
+
+TEST_F(FrameRecordDump, DumpsDuringRecordingShowOneMoment) {
+    constexpr int kLayers = 6;
+    constexpr unsigned long kFrames = 120;
+    constexpr int kEvents = 5;
+    for (int layer = 0; layer < kLayers; ++layer) addLayer(layer, queue(1 + layer));
+    std::atomic<bool> writing{true};
+    std::mutex errorsMutex;
+    std::vector<std::string> errors;
+    auto dumpAndCheck = [&] {
+        std::string text;
+        mRecord->dumpAllRecordContent(text);
+        if (std::string error = checkDump(text, kEvents); !error.empty()) {
+            std::lock_guard<std::mutex> lock(errorsMutex);
+            errors.push_back(error);
+        }
+    };
+    std::thread dumper([&] {
+        do dumpAndCheck();
+        while (writing.load());
+    });
+    std::vector<std::thread> writers;
+    for (int layer = 0; layer < kLayers; ++layer) {
+        writers.emplace_back([&, layer] {
+            for (unsigned long frame = 1; frame <= kFrames; ++frame) {
+                startFrame(layer, frame, /*sync=*/layer % 2 == 1);
+                for (int e = 0; e < kEvents; ++e) {
+                    mRecord->setLayerFrameEvent(layer, frame, static_cast<FrameType>(e));
+                }
+                if (layer == 0 && frame % 20 == 0) mRecord->pushTaskAndStart(dumpAndCheck);
+            }
+        });
+    }
+    for (std::thread& writer : writers) writer.join();
+    writing.store(false);
+    dumper.join();
+    std::promise<void> drained;
+    mRecord->pushTaskAndStart([&] { drained.set_value(); });
+    ASSERT_EQ(std::future_status::ready, drained.get_future().wait_for(std::chrono::seconds(30)));
+    EXPECT_THAT(errors, ::testing::IsEmpty());
+
+    std::string text;
+    mRecord->dumpAllRecordContent(text);
+    EXPECT_EQ("", checkDump(text, kEvents));
+    for (int layer = 0; layer < kLayers; ++layer) {
+        auto content = Peer::content(*mRecord, layer);
+        const auto& kept = layer % 2 ? content->mSyncedFrameEvents : content->mNormalFrameEvents;
+        EXPECT_EQ(kFrames - 10, kept.begin()->first);
+        EXPECT_EQ(11u, kept.size());
+    }
 }
 
 }  // namespace

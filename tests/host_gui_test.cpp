@@ -1,341 +1,235 @@
-// Tests of the host models of libui (GraphicBuffer, Fence, Size, PixelFormat) and of libgui's
-// buffer queue core (BufferState, BufferSlot, BufferItem, BufferQueueCore).
-
+// The host libgui models, as far as the library's dumps and the simulator rely on them: slot
+// bookkeeping through a buffer's transitions, the BLAST queue's and listener's bookkeeping
+// through a frame's life, and the compositor's reading of a request.
+#include <binder/Binder.h>
+#include <binder/Parcel.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <gui/BufferItem.h>
-#include <gui/BufferQueueCore.h>
-#include <gui/BufferSlot.h>
-#include <ui/Fence.h>
-#include <ui/GraphicBuffer.h>
-#include <ui/PixelFormat.h>
-#include <ui/Size.h>
-#include <unistd.h>
+#include <gui/HostCompositor.h>
 
+#include <list>
 #include <set>
 #include <string>
+#include <vector>
 
 #include "support/host_objects.h"
 
 namespace talvex::test {
 namespace {
 
-using android::BufferItem;
 using android::BufferQueueCore;
-using android::BufferState;
-using android::GraphicBuffer;
+using android::Fence;
+using android::ReleaseCallbackId;
 using android::sp;
+using android::TransactionCompletedListener;
 
-uint64_t pidHigh() {
-    return static_cast<uint64_t>(getpid()) << 32;
+// One step on a core: 'D' dequeue (expect: the slot), 'd' dequeue without allocating, 'Q' queue,
+// 'A' acquire (expect: true/false), 'R' release with the slot's frame number, 'S' release with a
+// stale one, 'C' cancel (expect: the status).
+struct Step {
+    char op;
+    int slot;
+    int expect;
+};
+
+struct SlotCase {
+    const char* name;
+    std::vector<Step> steps;
+    const char* end;  // slots 0 to 3's states, then the slots of each set
+};
+
+// Returns "<state of slots 0..3> | active <slots> | free buffers <slots> | free slots <slots>".
+std::string summary(const BufferQueueCore::HostSnapshot& snap) {
+    std::string text;
+    for (int slot = 0; slot < 4; ++slot)
+        text += snap.slots[slot].mBufferState.string() + std::string(" ");
+    auto add = [&text](const char* label, const auto& slots) {
+        text += std::string("| ") + label;
+        for (int slot : slots) text += " " + std::to_string(slot);
+        text += " ";
+    };
+    add("active", snap.activeBuffers);
+    add("free buffers", snap.freeBuffers);
+    add("free slots", snap.freeSlots);
+    return text;
 }
 
-// ---- libui ----
+class HostSlots : public ::testing::TestWithParam<SlotCase> {};
 
-TEST(HostGraphicBuffer, AllocatesWithFieldsAndHandle) {
-    sp<GraphicBuffer> buffer(new GraphicBuffer(100, 50, android::PIXEL_FORMAT_RGBA_8888, 1,
-                                               GraphicBuffer::USAGE_HW_COMPOSER, "test"));
-    ASSERT_EQ(android::NO_ERROR, buffer->initCheck());
-    EXPECT_EQ(100, buffer->width);
-    EXPECT_EQ(50, buffer->height);
-    EXPECT_EQ(112, buffer->stride);  // padded to 16 pixels
-    EXPECT_EQ(android::PIXEL_FORMAT_RGBA_8888, buffer->format);
-    EXPECT_NE(nullptr, buffer->handle);
-    EXPECT_NE(nullptr, buffer->hostPixels());
-    EXPECT_EQ("test", buffer->getRequestorName());
-}
-
-TEST(HostGraphicBuffer, IdsAreUniqueWithPidInUpperHalf) {
-    std::set<uint64_t> ids;
-    for (int i = 0; i < 20; i++) {
-        sp<GraphicBuffer> buffer(
-            i % 2 ? new GraphicBuffer()
-                  : new GraphicBuffer(4, 4, android::PIXEL_FORMAT_RGBA_8888, 1, 0));
-        EXPECT_EQ(pidHigh(), buffer->getId() & 0xffffffff00000000ull);
-        ids.insert(buffer->getId());
+// Every slot is in exactly one of free slots, free buffers, active buffers and unused slots.
+TEST_P(HostSlots, EachSlotSitsInExactlyOneSetAfterEveryStep) {
+    sp<BufferQueueCore> core(new BufferQueueCore());
+    ASSERT_EQ(android::NO_ERROR, core->hostSetMaxDequeuedBufferCount(3));  // slots 0 to 3
+    for (const Step& step : GetParam().steps) {
+        const uint64_t frame = core->hostSnapshot().slots[step.slot].mFrameNumber;
+        int result = 0;
+        switch (step.op) {
+            case 'D':
+                result = core->hostDequeueBuffer();
+                break;
+            case 'd':
+                result = core->hostDequeueBuffer(/*allocate=*/false);
+                break;
+            case 'Q':
+                result = core->hostQueueBuffer(step.slot);
+                break;
+            case 'A':
+                result = core->hostAcquireBuffer(nullptr);
+                break;
+            case 'R':
+                result = core->hostReleaseBuffer(step.slot, frame);
+                break;
+            case 'S':
+                result = core->hostReleaseBuffer(step.slot, frame + 9);
+                break;
+            case 'C':
+                result = core->hostCancelBuffer(step.slot);
+                break;
+        }
+        EXPECT_EQ(step.expect, result) << step.op << step.slot;
+        std::string why;
+        EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << step.op << step.slot << ": " << why;
     }
-    EXPECT_EQ(20u, ids.size());
+    EXPECT_EQ(GetParam().end, summary(core->hostSnapshot()));
+    EXPECT_EQ(60u, core->hostSnapshot().unusedSlots.size());
 }
 
-TEST(HostGraphicBuffer, DefaultConstructedIsEmpty) {
-    sp<GraphicBuffer> buffer(new GraphicBuffer());
-    EXPECT_EQ(0, buffer->width);
-    EXPECT_EQ(nullptr, buffer->handle);
-    EXPECT_NE(android::NO_ERROR, buffer->initCheck());
-}
+constexpr int kNoSlot = BufferQueueCore::INVALID_BUFFER_SLOT;
+constexpr int kBad = android::BAD_VALUE;
 
-TEST(HostGraphicBuffer, ZeroSizeFailsInitCheck) {
-    sp<GraphicBuffer> buffer(new GraphicBuffer(0, 10, android::PIXEL_FORMAT_RGBA_8888, 1, 0));
-    EXPECT_EQ(android::BAD_VALUE, buffer->initCheck());
-    EXPECT_EQ(nullptr, buffer->handle);
-}
+INSTANTIATE_TEST_SUITE_P(
+    Transitions, HostSlots,
+    ::testing::Values(
+        SlotCase{"Dequeued",
+                 {{'D', 0, 0}, {'D', 0, 1}},
+                 "DEQUEUED DEQUEUED FREE FREE | active 0 1 | free buffers | free slots 2 3 "},
+        SlotCase{"Queued",
+                 {{'D', 0, 0}, {'Q', 0, 0}},
+                 "QUEUED FREE FREE FREE | active 0 | free buffers | free slots 1 2 3 "},
+        SlotCase{"Acquired",
+                 {{'D', 0, 0}, {'Q', 0, 0}, {'A', 0, true}, {'A', 0, false}, {'S', 0, 1}},
+                 "ACQUIRED FREE FREE FREE | active 0 | free buffers | free slots 1 2 3 "},
+        SlotCase{"ReleasedKeepsItsBuffer",
+                 {{'D', 0, 0}, {'Q', 0, 0}, {'A', 0, true}, {'R', 0, 0}, {'R', 0, kBad}},
+                 "FREE FREE FREE FREE | active | free buffers 0 | free slots 1 2 3 "},
+        SlotCase{"CancelledKeepsItsBufferWhichIsReusedFirst",
+                 {{'D', 0, 0}, {'D', 0, 1}, {'C', 1, 0}, {'Q', 1, kBad}, {'D', 0, 1}, {'C', 0, 0}},
+                 "FREE DEQUEUED FREE FREE | active 1 | free buffers 0 | free slots 2 3 "},
+        SlotCase{"UnallocatedCancelGoesBackToFreeSlots",
+                 {{'d', 0, 0}, {'Q', 0, kBad}, {'C', 0, 0}},
+                 "FREE FREE FREE FREE | active | free buffers | free slots 0 1 2 3 "},
+        SlotCase{"AtMostMaxDequeued",
+                 {{'D', 0, 0}, {'D', 0, 1}, {'D', 0, 2}, {'D', 0, kNoSlot}},
+                 "DEQUEUED DEQUEUED DEQUEUED FREE | active 0 1 2 | free buffers | free slots 3 "}),
+    [](const auto& info) { return std::string(info.param.name); });
 
-TEST(HostFence, NoFenceIsSharedAndInvalid) {
-    ASSERT_NE(nullptr, android::Fence::NO_FENCE.get());
-    EXPECT_FALSE(android::Fence::NO_FENCE->isValid());
-    EXPECT_EQ(-1, android::Fence::NO_FENCE->get());
-    EXPECT_EQ(android::NO_ERROR, android::Fence::NO_FENCE->wait(0));
-}
-
-TEST(HostFence, ReadableDescriptorIsSignaled) {
-    int fds[2];
-    ASSERT_EQ(0, pipe(fds));
-    sp<android::Fence> fence(new android::Fence(fds[0]));
-    EXPECT_EQ(android::Fence::Status::Unsignaled, fence->getStatus());
-    ASSERT_EQ(1, write(fds[1], "x", 1));
-    EXPECT_EQ(android::Fence::Status::Signaled, fence->getStatus());
-    close(fds[1]);
-}
-
-TEST(HostSize, IsTwoAdjacentInt32WidthFirst) {
-    android::ui::Size size(4096u, 2160u);
-    const int32_t* raw = reinterpret_cast<const int32_t*>(&size);
-    EXPECT_EQ(4096, raw[0]);
-    EXPECT_EQ(2160, raw[1]);
-    EXPECT_EQ(android::ui::Size(), android::ui::Size::INVALID);
-    EXPECT_TRUE(android::ui::Size::EMPTY.isEmpty());
-    EXPECT_EQ(INT32_MAX, android::ui::Size(UINT32_MAX, 1u).width);  // clamped
-}
-
-TEST(HostPixelFormat, ValuesAsAosp) {
-    EXPECT_EQ(1, android::PIXEL_FORMAT_RGBA_8888);
-    EXPECT_EQ(4u, android::bytesPerPixel(android::PIXEL_FORMAT_RGBA_8888));
-    EXPECT_EQ(0u, android::bytesPerPixel(android::PIXEL_FORMAT_OPAQUE));
-}
-
-// ---- BufferState / BufferItem ----
-
-TEST(HostBufferState, StringOfEachState) {
-    BufferState state;
-    EXPECT_STREQ("FREE", state.string());
-    state.dequeue();
-    EXPECT_STREQ("DEQUEUED", state.string());
-    state.queue();
-    EXPECT_STREQ("QUEUED", state.string());
-    state.acquire();
-    EXPECT_STREQ("ACQUIRED", state.string());
-    state.release();
-    EXPECT_STREQ("FREE", state.string());
-}
-
-TEST(HostBufferState, SharedWinsOverFree) {
-    BufferState state;
-    state.mShared = true;
-    EXPECT_TRUE(state.isFree());
-    EXPECT_STREQ("SHARED", state.string());
-}
-
-TEST(HostBufferState, AcquiredWinsOverDequeuedAndQueued) {
-    BufferState state;
-    state.mDequeueCount = 1;
-    state.mQueueCount = 1;
-    state.mAcquireCount = 1;
-    EXPECT_STREQ("ACQUIRED", state.string());
-    state.mAcquireCount = 0;
-    EXPECT_STREQ("DEQUEUED", state.string());
-}
-
-TEST(HostBufferItem, DefaultsAsAosp) {
-    BufferItem item;
-    EXPECT_EQ(BufferItem::INVALID_BUFFER_SLOT, item.mSlot);
-    EXPECT_EQ(-1, item.mSlot);
-    EXPECT_EQ(0u, item.mFrameNumber);
-    EXPECT_EQ(0, item.mApi);
-    EXPECT_EQ(nullptr, item.mGraphicBuffer.get());
-}
-
-// ---- BufferQueueCore ----
-
-TEST(HostBufferQueueCore, InitialStateAsAosp) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    const BufferQueueCore::HostSnapshot snap = core->hostSnapshot();
-    const std::string namePrefix = "unnamed-" + std::to_string(getpid()) + "-";
-    EXPECT_EQ(0u, snap.consumerName.rfind(namePrefix, 0)) << snap.consumerName;
-    EXPECT_EQ(pidHigh(), snap.uniqueId & 0xffffffff00000000ull);
-    EXPECT_EQ(BufferQueueCore::NO_CONNECTED_API, snap.connectedApi);
-    EXPECT_EQ(1, snap.maxAcquiredBufferCount);
-    EXPECT_EQ(1, snap.maxDequeuedBufferCount);
-    EXPECT_EQ(2, snap.maxBufferCount);
-    EXPECT_EQ(1u, snap.defaultWidth);
-    EXPECT_EQ(1u, snap.defaultHeight);
-    EXPECT_EQ(android::PIXEL_FORMAT_RGBA_8888, snap.defaultBufferFormat);
-    EXPECT_EQ(0u, snap.frameCounter);
-    EXPECT_FALSE(snap.asyncMode);
-    EXPECT_FALSE(snap.dequeueBufferCannotBlock);
-    EXPECT_TRUE(snap.queue.empty());
-    EXPECT_EQ((std::set<int>{0, 1}), snap.freeSlots);
-    EXPECT_TRUE(snap.freeBuffers.empty());
-    EXPECT_TRUE(snap.activeBuffers.empty());
-    ASSERT_EQ(62u, snap.unusedSlots.size());
-    EXPECT_EQ(63, snap.unusedSlots.front());
-    EXPECT_EQ(2, snap.unusedSlots.back());
-    EXPECT_EQ(64u, snap.slots.size());
-    EXPECT_TRUE(core->hostCheckSlotInvariant());
-}
-
-TEST(HostBufferQueueCore, NamesAndIdsDifferPerCore) {
-    sp<BufferQueueCore> a(new BufferQueueCore());
-    sp<BufferQueueCore> b(new BufferQueueCore());
-    EXPECT_NE(a->hostSnapshot().consumerName, b->hostSnapshot().consumerName);
-    EXPECT_EQ(a->hostSnapshot().uniqueId + 1, b->hostSnapshot().uniqueId);
-}
-
-TEST(HostBufferQueueCore, SlotInvariantHoldsThroughFrameLife) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    ASSERT_EQ(android::NO_ERROR, core->hostSetDefaultBufferSize(64, 32));
-    std::string why;
-
-    const int slot = core->hostDequeueBuffer();
-    ASSERT_EQ(0, slot);
-    EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << why;
-    auto snap = core->hostSnapshot();
-    EXPECT_STREQ("DEQUEUED", snap.slots[0].mBufferState.string());
-    EXPECT_EQ((std::set<int>{0}), snap.activeBuffers);
-    EXPECT_EQ((std::set<int>{1}), snap.freeSlots);
-    ASSERT_NE(nullptr, snap.slots[0].mGraphicBuffer.get());
-    EXPECT_EQ(64, snap.slots[0].mGraphicBuffer->width);
-    EXPECT_EQ(32, snap.slots[0].mGraphicBuffer->height);
-
-    ASSERT_EQ(android::NO_ERROR, core->hostQueueBuffer(slot, 1234));
-    EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << why;
-    snap = core->hostSnapshot();
-    EXPECT_STREQ("QUEUED", snap.slots[0].mBufferState.string());
-    EXPECT_EQ(1u, snap.frameCounter);
-    EXPECT_EQ(1u, snap.slots[0].mFrameNumber);
-    ASSERT_EQ(1u, snap.queue.size());
-    EXPECT_EQ(1u, snap.queue[0].mFrameNumber);
-    EXPECT_EQ(0, snap.queue[0].mSlot);
-    EXPECT_EQ(1234, snap.queue[0].mTimestamp);
-
-    BufferItem item;
-    ASSERT_TRUE(core->hostAcquireBuffer(&item));
-    EXPECT_EQ(0, item.mSlot);
-    EXPECT_EQ(1u, item.mFrameNumber);
-    EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << why;
-    snap = core->hostSnapshot();
-    EXPECT_STREQ("ACQUIRED", snap.slots[0].mBufferState.string());
-    EXPECT_TRUE(snap.queue.empty());
-
-    EXPECT_EQ(1, core->hostReleaseBuffer(slot, 99));  // STALE_BUFFER_SLOT: wrong frame
-    ASSERT_EQ(android::NO_ERROR, core->hostReleaseBuffer(slot, 1));
-    EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << why;
-    snap = core->hostSnapshot();
-    EXPECT_STREQ("FREE", snap.slots[0].mBufferState.string());
-    EXPECT_TRUE(snap.activeBuffers.empty());
-    EXPECT_EQ((std::list<int>{0}), snap.freeBuffers);
-
-    // The free buffer is reused before the free slot.
-    EXPECT_EQ(0, core->hostDequeueBuffer());
-}
-
-TEST(HostBufferQueueCore, DequeueRespectsMaxDequeuedCount) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    EXPECT_EQ(0, core->hostDequeueBuffer());
-    EXPECT_EQ(BufferQueueCore::INVALID_BUFFER_SLOT, core->hostDequeueBuffer());
-    ASSERT_EQ(android::NO_ERROR, core->hostSetMaxDequeuedBufferCount(3));
-    EXPECT_EQ(1, core->hostDequeueBuffer());
-    EXPECT_EQ(2, core->hostDequeueBuffer());
-    // Slot 3 is free, but three buffers are already dequeued.
-    EXPECT_EQ((std::set<int>{3}), core->hostSnapshot().freeSlots);
-    EXPECT_EQ(BufferQueueCore::INVALID_BUFFER_SLOT, core->hostDequeueBuffer());
-    std::string why;
-    EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << why;
-    // Lowering below what is dequeued is refused.
-    EXPECT_EQ(android::BAD_VALUE, core->hostSetMaxDequeuedBufferCount(2));
-}
-
-TEST(HostBufferQueueCore, RaisingAndLoweringLimitsMovesUnusedSlots) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    ASSERT_EQ(android::NO_ERROR, core->hostSetMaxDequeuedBufferCount(3));
-    EXPECT_EQ((std::set<int>{0, 1, 2, 3}), core->hostSnapshot().freeSlots);
-    ASSERT_EQ(android::NO_ERROR, core->hostSetAsyncMode(true));
-    EXPECT_EQ(5, core->hostSnapshot().maxBufferCount);
-    ASSERT_EQ(android::NO_ERROR, core->hostSetMaxDequeuedBufferCount(1));
-    EXPECT_EQ(3u, core->hostSnapshot().freeSlots.size());
-    std::string why;
-    EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << why;
-    EXPECT_EQ(android::BAD_VALUE, core->hostSetMaxAcquiredBufferCount(0));
-    EXPECT_EQ(android::BAD_VALUE, core->hostSetMaxDequeuedBufferCount(64));
-}
-
-TEST(HostBufferQueueCore, AsyncQueueReplacesDroppableBuffer) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    ASSERT_EQ(android::NO_ERROR, core->hostSetMaxDequeuedBufferCount(2));
-    ASSERT_EQ(android::NO_ERROR, core->hostSetAsyncMode(true));
-    const int a = core->hostDequeueBuffer();
-    const int b = core->hostDequeueBuffer();
-    ASSERT_EQ(android::NO_ERROR, core->hostQueueBuffer(a));
-    ASSERT_EQ(android::NO_ERROR, core->hostQueueBuffer(b));
-    auto snap = core->hostSnapshot();
-    ASSERT_EQ(1u, snap.queue.size());
-    EXPECT_EQ(b, snap.queue[0].mSlot);
-    EXPECT_EQ(2u, snap.queue[0].mFrameNumber);
-    EXPECT_EQ((std::list<int>{a}), snap.freeBuffers);
-    std::string why;
-    EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << why;
-}
-
-TEST(HostBufferQueueCore, QueueOfNonDequeuedSlotIsRefused) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    EXPECT_EQ(android::BAD_VALUE, core->hostQueueBuffer(0));
-    EXPECT_EQ(android::BAD_VALUE, core->hostQueueBuffer(-1));
-    EXPECT_EQ(android::BAD_VALUE, core->hostQueueBuffer(64));
-    EXPECT_FALSE(core->hostAcquireBuffer(nullptr));
-    EXPECT_EQ(android::BAD_VALUE, core->hostReleaseBuffer(0, 0));
-}
-
-TEST(HostBufferQueueCore, DequeueWithoutAllocationLeavesNullBuffer) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    const int slot = core->hostDequeueBuffer(/*allocate=*/false);
-    ASSERT_EQ(0, slot);
-    auto snap = core->hostSnapshot();
-    EXPECT_EQ(nullptr, snap.slots[0].mGraphicBuffer.get());
-    EXPECT_STREQ("DEQUEUED", snap.slots[0].mBufferState.string());
-    EXPECT_EQ(android::BAD_VALUE, core->hostQueueBuffer(slot));
-    ASSERT_EQ(android::NO_ERROR, core->hostCancelBuffer(slot));
-    EXPECT_EQ((std::set<int>{0, 1}), core->hostSnapshot().freeSlots);
-    EXPECT_TRUE(core->hostCheckSlotInvariant());
-}
-
-TEST(HostBufferQueueCore, MarkSharedShowsShared) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    EXPECT_EQ(android::BAD_VALUE, core->hostMarkShared(0));
-    const int slot = core->hostDequeueBuffer();
-    ASSERT_EQ(android::NO_ERROR, core->hostMarkShared(slot));
-    EXPECT_STREQ("SHARED", core->hostSnapshot().slots[slot].mBufferState.string());
-}
-
-TEST(HostBufferQueueCore, SettersChangeConfiguration) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    core->hostSetConsumerName(android::String8("consumer"));
-    core->hostSetConnectedApi(1, 4321);
-    core->hostSetDefaultBufferFormat(android::PIXEL_FORMAT_RGB_565);
-    EXPECT_EQ(android::BAD_VALUE, core->hostSetDefaultBufferSize(0, 5));
-    auto snap = core->hostSnapshot();
-    EXPECT_EQ("consumer", snap.consumerName);
-    EXPECT_EQ(1, snap.connectedApi);
-    EXPECT_EQ(4321, snap.connectedPid);
-    EXPECT_EQ(android::PIXEL_FORMAT_RGB_565, snap.defaultBufferFormat);
-    EXPECT_EQ(1u, snap.defaultWidth);
-}
-
-TEST(HostObjects, CoreWithBuffersHasRequestedStates) {
+TEST(HostObjects, CoreWithBuffersReachesEachStateThroughTheTransitions) {
     sp<BufferQueueCore> core =
         makeCoreWithBuffers({HostBuffer::kQueued, HostBuffer::kAcquired, HostBuffer::kFree,
                              HostBuffer::kDequeued, HostBuffer::kAcquired});
-    auto snap = core->hostSnapshot();
-    EXPECT_STREQ("QUEUED", snap.slots[0].mBufferState.string());
-    EXPECT_STREQ("ACQUIRED", snap.slots[1].mBufferState.string());
-    EXPECT_STREQ("FREE", snap.slots[2].mBufferState.string());
-    EXPECT_STREQ("DEQUEUED", snap.slots[3].mBufferState.string());
-    EXPECT_STREQ("ACQUIRED", snap.slots[4].mBufferState.string());
+    const auto snap = core->hostSnapshot();
+    std::vector<std::string> states;
+    std::vector<uint64_t> frames;
+    for (int slot = 0; slot < 5; ++slot) {
+        states.push_back(snap.slots[slot].mBufferState.string());
+        frames.push_back(snap.slots[slot].mFrameNumber);
+    }
+    EXPECT_EQ((std::vector<std::string>{"QUEUED", "ACQUIRED", "FREE", "DEQUEUED", "ACQUIRED"}),
+              states);
+    EXPECT_EQ((std::vector<uint64_t>{3, 1, 0, 0, 2}), frames);
     EXPECT_EQ((std::set<int>{0, 1, 3, 4}), snap.activeBuffers);
     EXPECT_EQ((std::list<int>{2}), snap.freeBuffers);
     EXPECT_EQ(1u, snap.queue.size());
-    EXPECT_EQ(1u, snap.slots[1].mFrameNumber);
-    EXPECT_EQ(2u, snap.slots[4].mFrameNumber);
-    EXPECT_EQ(3u, snap.slots[0].mFrameNumber);
-    std::string why;
-    EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << why;
+    EXPECT_TRUE(core->hostCheckSlotInvariant());
+}
+
+class HostBlastFrame : public ::testing::Test {
+protected:
+    void SetUp() override { mListener->hostClear(); }
+    void TearDown() override { mListener->hostClear(); }
+
+    sp<TransactionCompletedListener> mListener = TransactionCompletedListener::getInstance();
+    sp<android::SurfaceControl> mSurface = makeSurfaceControl(20, "flow");
+    sp<android::BLASTBufferQueue> mBbq = makeBlastBufferQueue("flow", mSurface, 16, 16);
+};
+
+TEST_F(HostBlastFrame, IsSubmittedThenCompletedThenReleasedWithItsCallbacksKept) {
+    const std::string id = std::to_string(mBbq->hostProducerId());
+    EXPECT_EQ("flow#" + id, mBbq->hostName());
+    EXPECT_EQ("QueuedBuffer - flow#" + id + "BLAST#" + id, mBbq->hostQueuedBufferTrace());
+    EXPECT_EQ((std::vector<std::pair<uint32_t, uint32_t>>{{16, 16}}),
+              mBbq->hostBufferItemConsumer()->hostDefaultBufferSizeCalls());
+
+    ASSERT_EQ(1u, mBbq->hostQueueNewFrame());
+    auto snap = mBbq->hostSnapshot();
+    EXPECT_EQ(1, snap.numAcquired);
+    EXPECT_EQ(1u, snap.submittedCount);
+    EXPECT_EQ(1u, snap.lastAcquiredFrameNumber);
+    EXPECT_EQ(1u, snap.lastAppliedFrameNumber);
+    EXPECT_TRUE(snap.appliedLastTransaction);
+    EXPECT_EQ(1u, snap.surfaceControlsWithPendingCallbackCount);
+    EXPECT_EQ(1u, mListener->hostReleaseCallbackCount());
+    const std::vector<android::CallbackId> ids = mListener->hostCallbackIds();
+    ASSERT_EQ(1u, ids.size());
+
+    EXPECT_TRUE(mListener->hostCompleteCallback(ids[0], 0, Fence::NO_FENCE, {}));
+    EXPECT_EQ(0u, mBbq->hostSnapshot().surfaceControlsWithPendingCallbackCount);
+    EXPECT_EQ(0u, mListener->hostCallbackCount());
+
+    const auto core = mBbq->hostCore()->hostSnapshot();
+    const int slot = *core.activeBuffers.begin();
+    mListener->onReleaseBuffer(ReleaseCallbackId(core.slots[slot].mGraphicBuffer->getId(), 1),
+                               Fence::NO_FENCE, 1);
+    snap = mBbq->hostSnapshot();
+    EXPECT_EQ(0, snap.numAcquired);
+    EXPECT_EQ(0u, snap.submittedCount);
+    EXPECT_EQ(0u, mListener->hostReleaseCallbackCount());
+    EXPECT_EQ((std::list<int>{slot}), mBbq->hostCore()->hostSnapshot().freeBuffers);
+    EXPECT_TRUE(mBbq->hostCore()->hostCheckSlotInvariant());
+}
+
+TEST_F(HostBlastFrame, SyncAndHeldTransactionsAreKeptUntilTheirFrame) {
+    android::SurfaceComposerClient::Transaction held;
+    mBbq->mergeWithNextTransaction(&held, 2);
+    android::SurfaceComposerClient::Transaction sync;
+    android::SurfaceComposerClient::Transaction* delivered = nullptr;
+    mBbq->hostSetSyncTransaction(&sync);
+    mBbq->hostSetTransactionReadyCallback([&](auto* t) { delivered = t; });
+    ASSERT_EQ(1u, mBbq->hostQueueNewFrame());
+    auto snap = mBbq->hostSnapshot();
+    EXPECT_EQ(&sync, delivered);
+    EXPECT_EQ(std::optional<uint64_t>(1), sync.hostFrameNumber(mSurface));
+    EXPECT_EQ(std::unordered_set<uint64_t>{1}, snap.syncedFrameNumbers);
+    EXPECT_FALSE(snap.appliedLastTransaction);
+    EXPECT_EQ(nullptr, snap.syncTransaction);
+    EXPECT_EQ(1u, snap.pendingTransactionCount);
+    ASSERT_EQ(2u, mBbq->hostQueueNewFrame());
+    EXPECT_EQ(0u, mBbq->hostSnapshot().pendingTransactionCount);
+}
+
+TEST(HostReleaseCallbackId, PrintsAsTheDumpsShowIt) {
+    EXPECT_EQ("INVALID_ID", ReleaseCallbackId::INVALID_ID.to_string());
+    EXPECT_EQ("INVALID_ID", ReleaseCallbackId(0, 0).to_string());
+    EXPECT_EQ("bufferId:5 framenumber:7", ReleaseCallbackId(5, 7).to_string());
+    EXPECT_EQ("bufferId:0 framenumber:1", ReleaseCallbackId(0, 1).to_string());
+}
+
+TEST(HostCompositor, ReadsOnlyRequestsUnderItsInterfaceToken) {
+    sp<android::HostCompositor> compositor = new android::HostCompositor();
+    android::Parcel data;
+    data.writeInterfaceToken(android::String16("android.gui.ISurfaceComposer"));
+    data.writeInt32(3);
+    EXPECT_EQ(android::PERMISSION_DENIED, compositor->transact(1025, data, nullptr, 0));
+    android::Parcel other;
+    other.writeInt32(7);
+    EXPECT_EQ(android::UNKNOWN_TRANSACTION, compositor->transact(1, other, nullptr, 0));
+    const auto received = compositor->transactions();
+    ASSERT_EQ(2u, received.size());
+    ASSERT_TRUE(received[0].layerRequest.has_value());
+    EXPECT_FALSE(received[0].layerRequest->interfaceOk);
+    EXPECT_EQ(0, received[0].layerRequest->command);
+    EXPECT_FALSE(received[1].layerRequest.has_value());
+    EXPECT_EQ(4u, received[1].bytes.size());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Part 1.1: class registry and vendor library loading.
+// The class registry and the loading of the vendor library.
 #include "talvex_libgui_utils/libgui_ext_interface.h"
 
 #include <dlfcn.h>
@@ -20,6 +20,7 @@ using talvex::test::infoLine;
 using talvex::test::LogCapture;
 using talvex::test::pointerText;
 using ::testing::ElementsAre;
+using ::testing::Pair;
 
 void* factoryA() {
     static int a;
@@ -39,123 +40,71 @@ std::vector<std::string> registryKeys() {
     return keys;
 }
 
-std::string initLine() {
-    return "hook_module_init libgui_talvex_utils.so over, map size:" +
-           std::to_string(HOOK_REGISTER_MAP.size()) +
-           ", library handle:" + pointerText(libgui_ext_handle);
-}
-
-TEST(Registry, RegisterAddsAnEntry) {
-    HookRegisterMap map;
-    registerClass(map, "A", &factoryA);
-    ASSERT_EQ(1u, map.size());
-    EXPECT_EQ(&factoryA, map.at("A"));
-}
-
-TEST(Registry, RegisteringTwiceKeepsOneEntryWithTheSecondFactory) {
-    HookRegisterMap map;
-    registerClass(map, "A", &factoryA);
-    registerClass(map, "A", &factoryB);
-    ASSERT_EQ(1u, map.size());
-    EXPECT_EQ(&factoryB, map.at("A"));
-}
-
-TEST(Registry, UnknownNameGivesNullAndOneErrorLine) {
-    LogCapture logs;
-    const auto before = registryKeys();
-    EXPECT_EQ(nullptr, newInstance("NoSuchClass"));
-    EXPECT_THAT(logs.lines(),
-                ElementsAre(errorLine("Can not find NoSuchClass at HOOK_REGISTER_MAP")));
-    EXPECT_EQ(before, registryKeys());
-}
-
-TEST(Registry, AFactorysOwnNullIsReturnedWithoutALine) {
+TEST(Registry, LastRegistrationWinsAndLookUpCallsTheFactory) {
     EXPECT_IN_OWN_PROCESS({
+        HookRegisterMap map;
+        registerClass(map, "A", &factoryB);
+        registerClass(map, "A", &factoryA);
+        EXPECT_THAT(map, ElementsAre(Pair("A", &factoryA)));
+
+        registerClass(HOOK_REGISTER_MAP, "A", &factoryA);
         registerClass(HOOK_REGISTER_MAP, "NullClass", &nullFactory);
         LogCapture logs;
-        EXPECT_EQ(nullptr, newInstance("NullClass"));
-        EXPECT_TRUE(logs.lines().empty());
+        EXPECT_EQ(factoryA(), newInstance("A"));
+        EXPECT_EQ(nullptr, newInstance("NullClass"));  // the factory's own null, without a line
+        EXPECT_EQ(nullptr, newInstance("NoSuchClass"));
+        EXPECT_THAT(logs.lines(),
+                    ElementsAre(errorLine("Can not find NoSuchClass at HOOK_REGISTER_MAP")));
+        EXPECT_EQ(2u, HOOK_REGISTER_MAP.size());
         EXPECT_EQ(nullptr, libgui_ext_handle) << "newInstance does not load the library";
     });
 }
 
-TEST(Registry, KnownNameCallsItsFactory) {
-    EXPECT_IN_OWN_PROCESS({
-        registerClass(HOOK_REGISTER_MAP, "A", &factoryA);
-        EXPECT_EQ(factoryA(), newInstance("A"));
-    });
-}
-
-TEST(Loader, FirstLoadRunsTheVendorEntry) {
+TEST(Loader, FirstLoadRunsTheVendorEntryOnce) {
     EXPECT_IN_OWN_PROCESS({
         LogCapture logs;
-        ASSERT_EQ(nullptr, libgui_ext_handle);
         ASSERT_TRUE(HOOK_REGISTER_MAP.empty());
         EXPECT_EQ(0, hook_module_init());
         ASSERT_NE(nullptr, libgui_ext_handle);
-        EXPECT_THAT(registryKeys(), ElementsAre("TalvexFrameRecord", "TalvexTestExample"));
-        const auto lines = logs.lines();
-        ASSERT_EQ(1u, lines.size());
-        EXPECT_EQ(ANDROID_LOG_INFO, lines[0].priority);
-        EXPECT_EQ(initLine(), lines[0].text);
-        EXPECT_EQ("hook_module_init libgui_talvex_utils.so over, map size:2, library handle:" +
-                      pointerText(libgui_ext_handle),
-                  lines[0].text);
-    });
-}
-
-TEST(Loader, InitWhileLoadedOnlySaysSoAndDoesNotRegisterAgain) {
-    EXPECT_IN_OWN_PROCESS({
-        ensure_hook_module_init();
-        registerClass(HOOK_REGISTER_MAP, "TalvexTestExample", &factoryA);
-        LogCapture logs;
-        EXPECT_EQ(0, hook_module_init());
-        EXPECT_THAT(logs.lines(),
-                    ElementsAre(infoLine("Library libgui_talvex_utils.so have been open")));
-        EXPECT_EQ(&factoryA, HOOK_REGISTER_MAP.at("TalvexTestExample"));
-    });
-}
-
-TEST(Loader, EnsureLoadsOnlyOnce) {
-    EXPECT_IN_OWN_PROCESS({
-        LogCapture logs;
-        ensure_hook_module_init();
         void* handle = libgui_ext_handle;
         ensure_hook_module_init();
         EXPECT_EQ(handle, libgui_ext_handle);
-        EXPECT_THAT(logs.lines(), ElementsAre(infoLine(initLine())));
+        EXPECT_THAT(registryKeys(), ElementsAre("TalvexBufferQueueHelper", "TalvexFrameRecord",
+                                                "TalvexTestExample"));
+        EXPECT_THAT(logs.lines(),
+                    ElementsAre(infoLine("hook_module_init libgui_talvex_utils.so over, map "
+                                         "size:3, library handle:" +
+                                         pointerText(handle))));
     });
 }
 
-TEST(Loader, ExitWithNothingOpenLogsANullHandle) {
+TEST(Loader, InitWhileLoadedOnlySaysSoAndExitThenInitLoadsAgainOverTheOldEntries) {
     EXPECT_IN_OWN_PROCESS({
         LogCapture logs;
-        hook_module_exit();
-        EXPECT_EQ(nullptr, libgui_ext_handle);
-        EXPECT_THAT(
-            logs.lines(),
-            ElementsAre(infoLine("hook_module_exit libgui_talvex_utils.so over, handle:0x0")));
-    });
-}
-
-TEST(Loader, ExitThenInitLoadsAgainOverTheOldEntries) {
-    EXPECT_IN_OWN_PROCESS({
+        hook_module_exit();  // nothing open yet
         ensure_hook_module_init();
         void* first = libgui_ext_handle;
         const size_t size = HOOK_REGISTER_MAP.size();
         registerClass(HOOK_REGISTER_MAP, "TalvexTestExample", &factoryA);
-        LogCapture logs;
+        EXPECT_EQ(0, hook_module_init());
+        EXPECT_EQ(&factoryA, HOOK_REGISTER_MAP.at("TalvexTestExample"));
         hook_module_exit();
         EXPECT_EQ(nullptr, libgui_ext_handle);
         EXPECT_EQ(size, HOOK_REGISTER_MAP.size()) << "the registry is not cleared";
         ensure_hook_module_init();
         ASSERT_NE(nullptr, libgui_ext_handle);
-        EXPECT_EQ(size, HOOK_REGISTER_MAP.size());
         EXPECT_NE(&factoryA, HOOK_REGISTER_MAP.at("TalvexTestExample"));
-        EXPECT_THAT(logs.lines(),
-                    ElementsAre(infoLine("hook_module_exit libgui_talvex_utils.so over, handle:" +
-                                         pointerText(first)),
-                                infoLine(initLine())));
+        const std::string init =
+            "hook_module_init libgui_talvex_utils.so over, map size:3, "
+            "library handle:";
+        EXPECT_THAT(
+            logs.lines(),
+            ElementsAre(infoLine("hook_module_exit libgui_talvex_utils.so over, handle:0x0"),
+                        infoLine(init + pointerText(first)),
+                        infoLine("Library libgui_talvex_utils.so have been open"),
+                        infoLine("hook_module_exit libgui_talvex_utils.so over, handle:" +
+                                 pointerText(first)),
+                        infoLine(init + pointerText(libgui_ext_handle))));
     });
 }
 

@@ -50,9 +50,8 @@ inline android::sp<android::BLASTBufferQueue> makeBlastBufferQueue(const std::st
 enum class HostBuffer { kFree, kDequeued, kQueued, kAcquired };
 
 // Returns a core whose slot i holds a buffer in `states[i]`, reached through AOSP's transitions
-// (dequeue; queue; acquire; cancel for kFree, which leaves the slot in mFreeBuffers). Frame
-// numbers follow queue order: acquired buffers first, then queued ones. Limits are raised as
-// needed; the remaining slots stay free or unused. Fails the test if a step fails.
+// (kFree: dequeued then cancelled, so in mFreeBuffers). Frame numbers follow queue order,
+// acquired buffers first. Limits are raised as needed. Fails the test if a step fails.
 inline android::sp<android::BufferQueueCore> makeCoreWithBuffers(
     const std::vector<HostBuffer>& states) {
     using namespace android;

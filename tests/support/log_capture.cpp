@@ -1,5 +1,4 @@
-// The platform-independent half of the log capture; the logger that feeds it is in
-// log_capture_host.cpp (Debian's liblog) or log_capture_android.cpp (Android 11+ liblog).
+// The platform-independent half of the log capture; log_capture_<platform>.cpp feeds it.
 #include "log_capture.h"
 
 #include <android-base/logging.h>
@@ -31,11 +30,9 @@ void logToStderrThroughExit() {
 LogLine infoLine(const std::string& text) {
     return {ANDROID_LOG_INFO, defaultTag(), text};
 }
-
 LogLine errorLine(const std::string& text) {
     return {ANDROID_LOG_ERROR, defaultTag(), text};
 }
-
 LogLine debugLine(const std::string& text) {
     return {ANDROID_LOG_DEBUG, defaultTag(), text};
 }

@@ -24,8 +24,7 @@ inline void PrintTo(const LogLine& line, std::ostream* os) {
     *os << "{priority " << line.priority << ", tag \"" << line.tag << "\", \"" << line.text << "\"}";
 }
 
-// Returns the tag that a line logged without one arrives with: liblog's default tag, the
-// program's short name.
+// Returns liblog's default tag (the program's short name), which untagged lines arrive with.
 std::string defaultTag();
 
 // Lines as the hook module and the frame record log them: with the default tag.
@@ -33,8 +32,8 @@ LogLine infoLine(const std::string& text);
 LogLine errorLine(const std::string& text);
 LogLine debugLine(const std::string& text);
 
-// Captures every liblog and libbase line of the process while it lives (one at a time).
-// DEBUG and VERBOSE lines are let through, which Debian's liblog drops by default.
+// Captures every liblog and libbase line of the process while it lives (one at a time), DEBUG
+// and VERBOSE included.
 class LogCapture {
 public:
     LogCapture();
@@ -58,9 +57,8 @@ private:
     std::vector<LogLine> mLines;
 };
 
-// Sends every later line to stderr, one per line, as "<priority> <text>", and keeps doing so
-// through the process's exit without reading tags (liblog's default tag is gone by then). Every
-// host test binary starts so (support/test_main.cpp); a LogCapture returns to it when it ends.
+// Sends every later line to stderr as "<priority> <text>", through the process's exit, without
+// reading tags (liblog's default tag is gone by then). Every host test binary starts so.
 void logToStderrThroughExit();
 
 }  // namespace talvex::test

@@ -1,6 +1,6 @@
 // The main of every host test binary: gtest's, with a liblog logger that never reads a line's
 // tag installed first. Debian's liblog keeps its default tag in a static string that is destroyed
-// before the library's unload lines (Part 1.1's exit line); its own stderr logger would read it.
+// before the library's unload lines (the hook module's exit line); its own stderr logger would read it.
 #include <gtest/gtest.h>
 
 #include "support/log_capture.h"
