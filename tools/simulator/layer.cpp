@@ -2,6 +2,7 @@
 
 #include <android/log.h>
 #include <gui/BufferQueueCore.h>
+#include <unistd.h>
 #include <utils/String8.h>
 
 namespace talvex::simulator {
@@ -12,6 +13,10 @@ using android::SurfaceComposerClient;
 
 constexpr std::chrono::milliseconds Layer::kDequeueTimeout;
 
+namespace {
+constexpr int kNativeWindowApiEgl = 1;  // NATIVE_WINDOW_API_EGL
+}  // namespace
+
 Layer::Layer(const sp<SurfaceComposerClient>& client, const LayerSpec& spec)
     : mSpec(spec),
       mSurface(client->createSurface(android::String8(spec.surfaceName.c_str()), spec.width,
@@ -19,7 +24,10 @@ Layer::Layer(const sp<SurfaceComposerClient>& client, const LayerSpec& spec)
       mQueue(new android::BLASTBufferQueue(spec.queueName)),
       mPatch(mSurface, mQueue),
       mRandom(spec.seed) {
-    // An app that renders ahead: two buffers in the producer's hands at most.
+    // The app's Surface connects as an EGL producer and renders ahead: up to three buffers in
+    // its hands.
+    mQueue->hostCore()->hostSetConnectedApi(kNativeWindowApiEgl, getpid());
+    mQueue->hostBufferItemConsumer()->hostOnConnect();
     mQueue->hostCore()->hostSetMaxDequeuedBufferCount(3);
     mPatch.create(spec.width, spec.height);
 }
