@@ -8,16 +8,31 @@ namespace talvex::simulator {
 
 using android::HostCompositor;
 
-android::sp<HostCompositor> registerCompositorService(
-    std::function<std::string(const android::sp<android::IBinder>&)> nameOf) {
-    auto log = [nameOf = std::move(nameOf)](const HostCompositor::LayerRequest& request) {
+void LayerNames::add(const android::sp<android::IBinder>& handle, const std::string& surfaceName) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mNames[handle.get()] = surfaceName;
+}
+
+void LayerNames::remove(const android::sp<android::IBinder>& handle) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mNames.erase(handle.get());
+}
+
+std::string LayerNames::nameOf(const android::sp<android::IBinder>& handle) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    auto it = mNames.find(handle.get());
+    return it == mNames.end() ? std::string() : it->second;
+}
+
+android::sp<HostCompositor> registerCompositorService(const std::shared_ptr<LayerNames>& names) {
+    auto log = [names](const HostCompositor::LayerRequest& request) {
         if (!request.interfaceOk) {
             __android_log_print(ANDROID_LOG_ERROR, "SurfaceFlinger",
                                 "code %u: interface token refused",
                                 HostCompositor::kLayerRequestCode);
             return;
         }
-        const std::string surface = nameOf(request.token);
+        const std::string surface = names->nameOf(request.token);
         __android_log_print(ANDROID_LOG_INFO, "SurfaceFlinger",
                             "stand-in: code %u%s, command %d: asked about %s (%s)",
                             HostCompositor::kLayerRequestCode, request.oneWay ? " (one-way)" : "",

@@ -22,7 +22,7 @@ Layer::Layer(const sp<SurfaceComposerClient>& client, const LayerSpec& spec)
       mSurface(client->createSurface(android::String8(spec.surfaceName.c_str()), spec.width,
                                      spec.height, android::PIXEL_FORMAT_RGBA_8888)),
       mQueue(new android::BLASTBufferQueue(spec.queueName)),
-      mPatch(mSurface, mQueue),
+      mPatch(mSurface, mQueue, spec.framePeriod.count()),
       mRandom(spec.seed) {
     // The app's Surface connects as an EGL producer and renders ahead: up to three buffers in
     // its hands.

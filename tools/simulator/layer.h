@@ -35,7 +35,7 @@ struct LayerSpec {
 // libgui dumps the core; the producer then keeps waiting for a slot.
 class Layer {
 public:
-    static constexpr std::chrono::milliseconds kDequeueTimeout{150};
+    static constexpr std::chrono::milliseconds kDequeueTimeout{500};
 
     Layer(const android::sp<android::SurfaceComposerClient>& client, const LayerSpec& spec);
     // Stops the producer and destroys the queue as libgui does.

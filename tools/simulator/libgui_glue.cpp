@@ -15,8 +15,13 @@ using android::libgui_interface::hook::FrameType;
 using android::libgui_interface::hook::getBufferQueueHelper;
 using android::libgui_interface::hook::getFrameRecordIns;
 
-PatchedQueue::PatchedQueue(const sp<SurfaceControl>& surface, const sp<BLASTBufferQueue>& queue)
-    : mSurface(surface), mQueue(queue), mLayerId(surface->getLayerId()) {}
+PatchedQueue::PatchedQueue(const sp<SurfaceControl>& surface, const sp<BLASTBufferQueue>& queue,
+                           nsecs_t framePeriod)
+    : mSurface(surface),
+      mQueue(queue),
+      mLayerId(surface->getLayerId()),
+      mFramePeriod(framePeriod),
+      mLastReleaseTime(systemTime(SYSTEM_TIME_MONOTONIC)) {}
 
 void PatchedQueue::create(uint32_t width, uint32_t height) {
     mQueue->hostSetPatchPoints(this);
@@ -67,8 +72,12 @@ void PatchedQueue::bufferAcquiredLocked(uint64_t frameNumber) {
 }
 
 void PatchedQueue::cannotAcquireLocked(BLASTBufferQueue* bbq) {
-    // Two frames waiting behind a full queue is a stall, not the usual one-frame back-pressure.
-    if (mBlastDumpedSinceRelease || bbq->hostCore()->hostSnapshot().queue.size() < 2) return;
+    // A stall, not the usual back-pressure: no buffer back for two frames, two frames waiting
+    // behind the full queue and no slot left for the producer.
+    if (mBlastDumpedSinceRelease) return;
+    if (systemTime(SYSTEM_TIME_MONOTONIC) - mLastReleaseTime < 2 * mFramePeriod) return;
+    const auto core = bbq->hostCore()->hostSnapshot();
+    if (core.queue.size() < 2 || !core.freeSlots.empty() || !core.freeBuffers.empty()) return;
     mBlastDumpedSinceRelease = true;
     ++mBlastDumps;
     getBufferQueueHelper()->dumpBQAllFrameStateCalledByBlast(bbq->hostCore().get(), bbq);
@@ -84,6 +93,7 @@ void PatchedQueue::transactionCallbackLocked(uint64_t frameNumber) {
 
 void PatchedQueue::releaseBufferCallbackLocked(uint64_t frameNumber) {
     mBlastDumpedSinceRelease = false;
+    mLastReleaseTime = systemTime(SYSTEM_TIME_MONOTONIC);
     getFrameRecordIns()->setLayerFrameEvent(mLayerId, frameNumber, FrameType::releaseBufferCallback);
 }
 

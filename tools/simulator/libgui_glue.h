@@ -17,8 +17,10 @@ namespace talvex::simulator {
 // functions stand where the producer and the TransactionCompletedListener make their calls.
 class PatchedQueue : public android::BLASTBufferQueue::HostPatchPoints {
 public:
+    // `framePeriod` is how often the compositor latches: a queue that got no buffer back for
+    // longer than that, twice over, is stalled.
     PatchedQueue(const android::sp<android::SurfaceControl>& surface,
-                 const android::sp<android::BLASTBufferQueue>& queue);
+                 const android::sp<android::BLASTBufferQueue>& queue, nsecs_t framePeriod);
     PatchedQueue(const PatchedQueue&) = delete;
     PatchedQueue& operator=(const PatchedQueue&) = delete;
 
@@ -54,7 +56,10 @@ private:
     const android::sp<android::SurfaceControl> mSurface;
     const android::sp<android::BLASTBufferQueue> mQueue;
     const int32_t mLayerId;
-    // Guarded by the queue's lock: one BLAST-side dump per stall, cleared by a release.
+    const nsecs_t mFramePeriod;
+    // Guarded by the queue's lock: when a buffer last came back, and whether this stall was
+    // dumped already (one BLAST-side dump per stall).
+    nsecs_t mLastReleaseTime = 0;
     bool mBlastDumpedSinceRelease = false;
     std::atomic<int> mBlastDumps{0};
 };

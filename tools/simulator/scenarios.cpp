@@ -1,6 +1,7 @@
 #include "scenarios.h"
 
 #include <chrono>
+#include <thread>
 
 #include "world.h"
 
@@ -36,10 +37,13 @@ void playReleaseStall(World& world) {
     startLayers(world);
     world.sleepFor(share(world, 0.3));
     Layer& layer = pickLayer(world);
+    // Enough frames first that the dump shows frames before the stall too.
+    world.waitFor([&] { return layer.framesQueued() >= 12; });
+    const int timeoutsBefore = layer.dequeueTimeouts();
     const uint64_t firstHeld = world.compositor().holdReleases(layer.layerId());
     say("the compositor stops releasing layer %d's buffers (frame %llu and on)", layer.layerId(),
         static_cast<unsigned long long>(firstHeld));
-    if (!world.waitFor([&] { return layer.dequeueTimeouts() > 0; })) {
+    if (!world.waitFor([&] { return layer.dequeueTimeouts() > timeoutsBefore; })) {
         say("layer %d never ran out of buffers before the run ended", layer.layerId());
         return;
     }
@@ -60,7 +64,8 @@ void playCallbackLost(World& world) {
     world.sleepFor(share(world, 0.2));
     say("first dump of layer %d: the lost callback is pending", layer.layerId());
     world.requestDump(layer);
-    world.sleepFor(share(world, 0.3));
+    // The second dump comes later, even in a run that is out of time.
+    std::this_thread::sleep_for(share(world, 0.3));
     say("second dump of layer %d: the same callback, older", layer.layerId());
     world.requestDump(layer);
 }

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <memory>
 #include <string>
 
 #include "compositor_service.h"
@@ -35,11 +36,8 @@ int play(const Options& options, const Scenario& scenario) {
     android::base::SetProperty("ro.build.type", options.buildType);
     for (const auto& [key, value] : scenario.properties) android::base::SetProperty(key, value);
 
-    World* world = nullptr;
-    android::sp<android::HostCompositor> service =
-        registerCompositorService([&world](const android::sp<android::IBinder>& token) {
-            return world != nullptr ? world->layerNameOf(token) : std::string();
-        });
+    auto names = std::make_shared<LayerNames>();
+    android::sp<android::HostCompositor> service = registerCompositorService(names);
     if (service == nullptr) return 1;
     runHookPath();
     patchTransactionCompletedListener();
@@ -51,11 +49,9 @@ int play(const Options& options, const Scenario& scenario) {
             options.buildType.c_str());
     }
     {
-        World running(options);
-        world = &running;
-        scenario.play(running);
+        World world(options, *names);
+        scenario.play(world);
         waitForDumperThread();
-        world = nullptr;
     }
     say("scenario %s over", scenario.name);
     return 0;

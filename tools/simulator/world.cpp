@@ -32,7 +32,7 @@ void say(const char* format, ...) {
     va_end(args);
 }
 
-World::World(const Options& options)
+World::World(const Options& options, LayerNames& names)
     : mOptions(options),
       mFramePeriod(std::chrono::nanoseconds(1000000000LL / options.fps)),
       mRandom(options.seed),
@@ -40,7 +40,8 @@ World::World(const Options& options)
            std::chrono::duration_cast<std::chrono::steady_clock::duration>(
                std::chrono::duration<double>(options.seconds))),
       mClient(new android::SurfaceComposerClient()),
-      mCompositor(mFramePeriod) {
+      mCompositor(mFramePeriod),
+      mNames(names) {
     mCompositor.start();
 }
 
@@ -60,10 +61,7 @@ Layer& World::addLayer() {
     ++mLayersMade;
     mLayers.push_back(std::make_unique<Layer>(mClient, spec));
     Layer& layer = *mLayers.back();
-    {
-        std::lock_guard<std::mutex> lock(mNamesMutex);
-        mNames[layer.surface()->getLayerStateHandle().get()] = layer.surface()->getName();
-    }
+    mNames.add(layer.surface()->getLayerStateHandle(), layer.surface()->getName());
     say("layer %d (%s) draws through %s at %d fps", layer.layerId(),
         layer.surface()->getName().c_str(), layer.queue()->hostName().c_str(), mOptions.fps);
     layer.start();
@@ -76,17 +74,17 @@ void World::removeLayer(size_t index, bool announce) {
     const int32_t id = layer->layerId();
     layer->stop();
     mCompositor.forgetLayer(id);
-    {
-        std::lock_guard<std::mutex> lock(mNamesMutex);
-        mNames.erase(layer->surface()->getLayerStateHandle().get());
-    }
+    mNames.remove(layer->surface()->getLayerStateHandle());
     layer.reset();
     if (announce) say("layer %d destroyed", id);
 }
 
+constexpr std::chrono::seconds World::kStepGrace;
+
 bool World::waitFor(const std::function<bool()>& pred) {
+    const auto deadline = mEnd + kStepGrace;
     while (!pred()) {
-        if (std::chrono::steady_clock::now() >= mEnd) return pred();
+        if (std::chrono::steady_clock::now() >= deadline) return pred();
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     return true;
@@ -122,12 +120,6 @@ void waitForDumperThread() {
     std::future<void> finished = done->get_future();
     getFrameRecordIns()->pushTaskAndStart([done] { done->set_value(); });
     finished.wait_for(std::chrono::seconds(10));
-}
-
-std::string World::layerNameOf(const android::sp<android::IBinder>& token) {
-    std::lock_guard<std::mutex> lock(mNamesMutex);
-    auto it = mNames.find(token.get());
-    return it == mNames.end() ? std::string() : it->second;
 }
 
 }  // namespace talvex::simulator

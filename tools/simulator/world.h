@@ -5,7 +5,6 @@
 
 #include <chrono>
 #include <functional>
-#include <map>
 #include <memory>
 #include <mutex>
 #include <random>
@@ -13,6 +12,7 @@
 #include <vector>
 
 #include "compositor.h"
+#include "compositor_service.h"
 #include "layer.h"
 #include "options.h"
 
@@ -22,7 +22,8 @@ namespace talvex::simulator {
 // layers. Scenarios drive it from the simulator's main thread.
 class World {
 public:
-    explicit World(const Options& options);
+    // Layers are made known to the compositor's `names` while they live.
+    World(const Options& options, LayerNames& names);
     // Stops every producer, then the compositor, then destroys the layers.
     ~World();
     World(const World&) = delete;
@@ -40,8 +41,11 @@ public:
     void removeLayer(size_t index, bool announce = true);
     std::vector<std::unique_ptr<Layer>>& layers() { return mLayers; }
 
-    // Waits until `pred` holds (looked at every few ms) or the run's end; returns `pred()`.
+    // Waits until `pred` holds (looked at every few ms); a story's step may wait past the run's
+    // end, up to `kStepGrace` (a slow, sanitized run). Returns `pred()`.
     bool waitFor(const std::function<bool()>& pred);
+    static constexpr std::chrono::seconds kStepGrace{5};
+
     // Waits `delay`, or until the run's end; returns false if the run ended first.
     bool sleepFor(std::chrono::nanoseconds delay);
     // The run's end, from --seconds.
@@ -50,9 +54,6 @@ public:
     // libgui's dump on request (e.g. from dumpsys): arms the layer's BLAST dump and dumps its
     // core with the core's lock held; returns once the queued BLAST dump has run.
     void requestDump(Layer& layer);
-
-    // Returns the surface name of the live layer whose handle is `token`, or "".
-    std::string layerNameOf(const android::sp<android::IBinder>& token);
 
 private:
     const Options mOptions;
@@ -63,9 +64,7 @@ private:
     Compositor mCompositor;
     std::vector<std::unique_ptr<Layer>> mLayers;
     int mLayersMade = 0;
-
-    std::mutex mNamesMutex;
-    std::map<android::IBinder*, std::string> mNames;  // guarded by mNamesMutex
+    LayerNames& mNames;
 };
 
 // Returns once every task handed to the frame record's dumper thread so far has run (at most
