@@ -63,11 +63,12 @@ void Layer::syncNextFrame() {
     mQueue->hostSetTransactionReadyCallback([this](SurfaceComposerClient::Transaction* t) {
         // Runs on the producer's thread without the queue's lock: apply what the sync holds.
         std::lock_guard<std::mutex> syncLock(mSyncMutex);
-        if (t == nullptr) return;
-        for (const auto& layer : t->hostLayers()) {
-            if (layer.frameNumber) syncTransactionApplied(layerId(), *layer.frameNumber);
+        if (t != nullptr) {
+            for (const auto& layer : t->hostLayers()) {
+                if (layer.frameNumber) syncTransactionApplied(layerId(), *layer.frameNumber);
+            }
+            t->apply();
         }
-        t->apply();
         mSyncTransaction.reset();
     });
 }

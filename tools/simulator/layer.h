@@ -30,7 +30,7 @@ struct LayerSpec {
 };
 
 // One app layer: a SurfaceControl with its BLASTBufferQueue (and BufferQueueCore), the libgui
-// patch riding on the queue, and a producer thread that renders frames at the spec's rate
+// patch riding on the queue, and a producer thread that renders frames at the layer's rate
 // (dequeue, render, queue). A dequeue that finds no slot waits up to `kDequeueTimeout` before
 // libgui dumps the core; the producer then keeps waiting for a slot.
 class Layer {

@@ -4,6 +4,11 @@
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
 
+#include <chrono>
+#include <future>
+#include <memory>
+#include <mutex>
+
 namespace talvex::simulator {
 
 using android::BLASTBufferQueue;
@@ -14,6 +19,24 @@ using android::libgui_interface::hook::FrameStartStatus;
 using android::libgui_interface::hook::FrameType;
 using android::libgui_interface::hook::getBufferQueueHelper;
 using android::libgui_interface::hook::getFrameRecordIns;
+
+namespace {
+
+// One dump at a time in the process. The library's compositor call caches the compositor's
+// binder on its first use without a lock, so two dumps must not make that first call at once;
+// a dump that finds another running (the BLAST side, under its queue's lock) is skipped rather
+// than waited for, since the running one may need that queue's lock.
+std::mutex gDumpMutex;
+
+}  // namespace
+
+void waitForDumperThread() {
+    // libgui's own barrier waits 100 ms at most; a dump under a sanitizer may take longer.
+    auto done = std::make_shared<std::promise<void>>();
+    std::future<void> finished = done->get_future();
+    getFrameRecordIns()->pushTaskAndStart([done] { done->set_value(); });
+    finished.wait_for(std::chrono::seconds(10));
+}
 
 PatchedQueue::PatchedQueue(const sp<SurfaceControl>& surface, const sp<BLASTBufferQueue>& queue,
                            nsecs_t framePeriod)
@@ -39,9 +62,24 @@ void PatchedQueue::destroy() {
 }
 
 void PatchedQueue::dequeueTimedOut() {
+    std::lock_guard<std::mutex> one(gDumpMutex);
     android::BufferQueueCore* core = mQueue->hostCore().get();
-    std::lock_guard<std::mutex> lock(core->hostMutex());
-    getBufferQueueHelper()->dumpBQAllFrameState(core);
+    {
+        std::lock_guard<std::mutex> lock(core->hostMutex());
+        getBufferQueueHelper()->dumpBQAllFrameState(core);
+    }
+    waitForDumperThread();
+}
+
+void PatchedQueue::dumpOnRequest() {
+    std::lock_guard<std::mutex> one(gDumpMutex);
+    android::BufferQueueCore* core = mQueue->hostCore().get();
+    getBufferQueueHelper()->setBBQDumpFlag(core, true);
+    {
+        std::lock_guard<std::mutex> lock(core->hostMutex());
+        getBufferQueueHelper()->dumpBQAllFrameState(core);
+    }
+    waitForDumperThread();
 }
 
 void PatchedQueue::rearmDump() {
@@ -78,6 +116,8 @@ void PatchedQueue::cannotAcquireLocked(BLASTBufferQueue* bbq) {
     if (systemTime(SYSTEM_TIME_MONOTONIC) - mLastReleaseTime < 2 * mFramePeriod) return;
     const auto core = bbq->hostCore()->hostSnapshot();
     if (core.queue.size() < 2 || !core.freeSlots.empty() || !core.freeBuffers.empty()) return;
+    std::unique_lock<std::mutex> one(gDumpMutex, std::try_to_lock);
+    if (!one.owns_lock()) return;
     mBlastDumpedSinceRelease = true;
     ++mBlastDumps;
     getBufferQueueHelper()->dumpBQAllFrameStateCalledByBlast(bbq->hostCore().get(), bbq);

@@ -30,8 +30,12 @@ public:
     // The queue goes away: its registration, pending dump and record go with it.
     void destroy();
 
-    // The producer's dequeueBuffer timed out: dumps the core with its lock held.
+    // The producer's dequeueBuffer timed out: dumps the core with its lock held; returns once
+    // the BLAST dump that queues has run.
     void dequeueTimedOut();
+    // A dump on request (e.g. from dumpsys): arms the BLAST dump and dumps the core with its
+    // lock held; returns once the BLAST dump has run.
+    void dumpOnRequest();
     // Frames flow again after a dump: re-arms the queue's one-shot BLAST dump.
     void rearmDump();
 
@@ -63,6 +67,10 @@ private:
     bool mBlastDumpedSinceRelease = false;
     std::atomic<int> mBlastDumps{0};
 };
+
+// Returns once every task handed to the frame record's dumper thread so far has run (at most
+// ten seconds).
+void waitForDumperThread();
 
 // The TransactionCompletedListener's part: times every callback id it registers and forgets
 // it when the callback runs, under the listener's lock. Call once before any queue exists.

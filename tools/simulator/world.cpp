@@ -1,11 +1,8 @@
 #include "world.h"
 
 #include <android/log.h>
-#include <libgui_interface/hook/IBufferQueueHelper.h>
-#include <libgui_interface/hook/IFrameRecord.h>
 
 #include <cstdarg>
-#include <future>
 #include <thread>
 
 namespace talvex::simulator {
@@ -74,6 +71,8 @@ void World::removeLayer(size_t index, bool announce) {
     const int32_t id = layer->layerId();
     layer->stop();
     mCompositor.forgetLayer(id);
+    // libgui's own wait for a queued dump is bounded; the layer must outlive any such dump.
+    waitForDumperThread();
     mNames.remove(layer->surface()->getLayerStateHandle());
     layer.reset();
     if (announce) say("layer %d destroyed", id);
@@ -101,25 +100,7 @@ bool World::sleepFor(std::chrono::nanoseconds delay) {
 }
 
 void World::requestDump(Layer& layer) {
-    using android::libgui_interface::hook::getBufferQueueHelper;
-    using android::libgui_interface::hook::getFrameRecordIns;
-    android::BufferQueueCore* core = layer.queue()->hostCore().get();
-    getBufferQueueHelper()->setBBQDumpFlag(core, true);
-    {
-        std::lock_guard<std::mutex> lock(core->hostMutex());
-        getBufferQueueHelper()->dumpBQAllFrameState(core);
-    }
-    waitForDumperThread();
-}
-
-void waitForDumperThread() {
-    using android::libgui_interface::hook::getFrameRecordIns;
-    // libgui's own barrier waits 100 ms at most; a dump under a sanitizer may take longer, and
-    // the run must not end before its dump is in the log.
-    auto done = std::make_shared<std::promise<void>>();
-    std::future<void> finished = done->get_future();
-    getFrameRecordIns()->pushTaskAndStart([done] { done->set_value(); });
-    finished.wait_for(std::chrono::seconds(10));
+    layer.patch().dumpOnRequest();
 }
 
 }  // namespace talvex::simulator

@@ -67,10 +67,6 @@ private:
     LayerNames& mNames;
 };
 
-// Returns once every task handed to the frame record's dumper thread so far has run (at most
-// ten seconds).
-void waitForDumperThread();
-
 // The simulator's own line (tag "TalvexSimulator"), printf-style.
 void say(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
