@@ -74,12 +74,17 @@ BLASTBufferQueue::~BLASTBufferQueue() {
     mBufferItemConsumer->abandon();
 }
 
-void BLASTBufferQueue::onFrameAvailable(const BufferItem& /*item*/) {
+void BLASTBufferQueue::onFrameAvailable(const BufferItem& item) {
     std::function<void(SurfaceComposerClient::Transaction*)> prevCallback;
     SurfaceComposerClient::Transaction* prevTransaction = nullptr;
     {
         std::lock_guard<std::mutex> lock(mMutex);
         mNumFrameAvailable++;
+        if (mHostPatchPoints != nullptr) {
+            mHostPatchPoints->frameAvailableLocked(item.mFrameNumber,
+                                                   static_cast<bool>(mTransactionReadyCallback),
+                                                   mNumFrameAvailable, mNumAcquired);
+        }
         if (!mTransactionReadyCallback) {
             acquireNextBufferLocked(nullptr);
             return;
@@ -106,7 +111,11 @@ bool BLASTBufferQueue::maxBuffersAcquired(bool includeExtraAcquire) const {
 void BLASTBufferQueue::acquireNextBufferLocked(SurfaceComposerClient::Transaction* transaction) {
     // With a transaction to fill, one more buffer may be held.
     const bool includeExtraAcquire = transaction != nullptr;
-    if (mNumFrameAvailable == 0 || maxBuffersAcquired(includeExtraAcquire)) return;
+    if (mNumFrameAvailable == 0) return;
+    if (maxBuffersAcquired(includeExtraAcquire)) {
+        if (mHostPatchPoints != nullptr) mHostPatchPoints->cannotAcquireLocked(this);
+        return;
+    }
     if (mSurfaceControl == nullptr) return;
 
     SurfaceComposerClient::Transaction localTransaction;
@@ -131,6 +140,8 @@ void BLASTBufferQueue::acquireNextBufferLocked(SurfaceComposerClient::Transactio
     mLastAcquiredFrameNumber = bufferItem.mFrameNumber;
     const ReleaseCallbackId releaseCallbackId(buffer->getId(), mLastAcquiredFrameNumber);
     mSubmitted[releaseCallbackId] = bufferItem;
+    if (mHostPatchPoints != nullptr)
+        mHostPatchPoints->bufferAcquiredLocked(bufferItem.mFrameNumber);
 
     // The callbacks hold the queue weakly: a queue that goes away drops them (AOSP's
     // transaction thunk holds a strong reference instead).
@@ -157,6 +168,9 @@ void BLASTBufferQueue::acquireNextBufferLocked(SurfaceComposerClient::Transactio
         t->apply(false, true);
         mAppliedLastTransaction = true;
         mLastAppliedFrameNumber = bufferItem.mFrameNumber;
+        if (mHostPatchPoints != nullptr) {
+            mHostPatchPoints->transactionAppliedLocked(bufferItem.mFrameNumber);
+        }
     } else {
         mAppliedLastTransaction = false;
     }
@@ -183,6 +197,9 @@ void BLASTBufferQueue::transactionCallback(nsecs_t /*latchTime*/, const sp<Fence
     mSurfaceControlsWithPendingCallback.pop();
     for (const auto& stat : stats) {
         if (!SurfaceControl::isSameSurface(pendingSurfaceControl, stat.surfaceControl)) continue;
+        if (mHostPatchPoints != nullptr) {
+            mHostPatchPoints->transactionCallbackLocked(stat.frameEventStats.frameNumber);
+        }
         if (stat.transformHint) {
             pendingSurfaceControl->setTransformHint(*stat.transformHint);
         }
@@ -199,6 +216,7 @@ void BLASTBufferQueue::releaseBufferCallback(const ReleaseCallbackId& id,
 void BLASTBufferQueue::releaseBufferCallbackLocked(
     const ReleaseCallbackId& id, const sp<Fence>& releaseFence,
     std::optional<uint32_t> currentMaxAcquiredBufferCount) {
+    if (mHostPatchPoints != nullptr) mHostPatchPoints->releaseBufferCallbackLocked(id.framenumber);
     if (currentMaxAcquiredBufferCount) {
         mCurrentMaxAcquiredBufferCount = *currentMaxAcquiredBufferCount;
     }
@@ -219,6 +237,7 @@ void BLASTBufferQueue::releaseBuffer(const ReleaseCallbackId& callbackId,
     auto it = mSubmitted.find(callbackId);
     if (it == mSubmitted.end()) return;
     mNumAcquired--;
+    if (mHostPatchPoints != nullptr) mHostPatchPoints->bufferReleasedLocked(callbackId.framenumber);
     mBufferItemConsumer->releaseBuffer(it->second, releaseFence);
     mSubmitted.erase(it);
     mSyncedFrameNumbers.erase(callbackId.framenumber);
@@ -243,12 +262,20 @@ void BLASTBufferQueue::update(const sp<SurfaceControl>& surface, uint32_t width,
         mFormat = format;
         mBufferItemConsumer->setDefaultBufferFormat(format);
     }
+    const bool surfaceChanged = mSurfaceControl != surface;
     mSurfaceControl = surface;
+    if (surfaceChanged && mHostPatchPoints != nullptr) {
+        mHostPatchPoints->surfaceChangedLocked(this, surface);
+    }
     const ui::Size newSize(width, height);
     if (mRequestedSize != newSize) {
         // mSize follows once a buffer of the new size is acquired (buffers are frozen).
         mRequestedSize.set(newSize);
         mBufferItemConsumer->setDefaultBufferSize(mRequestedSize.width, mRequestedSize.height);
+        if (mHostPatchPoints != nullptr) {
+            mHostPatchPoints->requestedSizeChangedLocked(&mRequestedSize, &mSize,
+                                                         hostConsumerBase());
+        }
     }
 }
 
@@ -282,6 +309,11 @@ void BLASTBufferQueue::mergeWithNextTransaction(SurfaceComposerClient::Transacti
 uint64_t BLASTBufferQueue::getLastAcquiredFrameNum() {
     std::lock_guard<std::mutex> lock(mMutex);
     return mLastAcquiredFrameNumber;
+}
+
+void BLASTBufferQueue::hostSetPatchPoints(HostPatchPoints* points) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mHostPatchPoints = points;
 }
 
 void BLASTBufferQueue::hostSetSurfaceControl(const sp<SurfaceControl>& surfaceControl) {

@@ -136,8 +136,31 @@ void SurfaceComposerClient::Transaction::clear() {
     mMergedTransactionIds.clear();
 }
 
+namespace {
+std::function<void(const SurfaceComposerClient::Transaction&)>& applyObserver() {
+    static auto* sObserver = new std::function<void(const SurfaceComposerClient::Transaction&)>();
+    return *sObserver;
+}
+}  // namespace
+
+void SurfaceComposerClient::Transaction::hostSetApplyObserver(
+    std::function<void(const Transaction&)> observer) {
+    applyObserver() = std::move(observer);
+}
+
+std::vector<SurfaceComposerClient::Transaction::HostLayer>
+SurfaceComposerClient::Transaction::hostLayers() const {
+    std::vector<HostLayer> layers;
+    for (const auto& [handle, state] : mComposerStates) {
+        layers.push_back(
+            HostLayer{state.surfaceControl, state.frameNumber, state.releaseCallbackId});
+    }
+    return layers;
+}
+
 status_t SurfaceComposerClient::Transaction::apply(bool /*synchronous*/, bool /*oneWay*/) {
     ++mApplyCount;
+    if (applyObserver()) applyObserver()(*this);
     clear();
     return NO_ERROR;
 }

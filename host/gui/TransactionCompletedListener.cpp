@@ -39,6 +39,7 @@ CallbackId TransactionCompletedListener::addCallbackFunction(
     startListeningLocked();
 
     CallbackId callbackId(getNextIdLocked(), callbackType);
+    if (mHostCallbackIdObserver) mHostCallbackIdObserver(callbackId.id, true);
     CallbackTranslation& translation = mCallbacks[callbackId];
     translation.callbackFunction = callbackFunction;
     for (const auto& surfaceControl : surfaceControls) {
@@ -107,11 +108,18 @@ bool TransactionCompletedListener::hostCompleteCallback(
         if (it == mCallbacks.end()) return false;
         translation = std::move(it->second);
         mCallbacks.erase(it);
+        if (mHostCallbackIdObserver) mHostCallbackIdObserver(callbackId.id, false);
     }
     if (translation.callbackFunction) {
         translation.callbackFunction(latchTime, presentFence, stats);
     }
     return true;
+}
+
+void TransactionCompletedListener::hostSetCallbackIdObserver(
+    std::function<void(int64_t id, bool added)> observer) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mHostCallbackIdObserver = std::move(observer);
 }
 
 std::vector<CallbackId> TransactionCompletedListener::hostCallbackIds() {

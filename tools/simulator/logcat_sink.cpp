@@ -8,17 +8,32 @@
 
 #include <atomic>
 #include <cerrno>
+#include <cstring>
 #include <ctime>
 
 namespace talvex::simulator {
 namespace {
 
 FILE* gOut = stdout;
+std::atomic<FILE*> gCopy{nullptr};
 std::atomic<bool> gReadTags{true};
 
 char priorityLetter(int priority) {
     static constexpr char kLetters[] = "??VDIWEF";
     return priority >= 0 && priority < 8 ? kLetters[priority] : '?';
+}
+
+// Writes one line of a message: logcat prints every line of a message behind its own head.
+void writeOne(const char* head, const char* text, size_t length) {
+    char line[4096];
+    snprintf(line, sizeof(line), "%s%.*s\n", head, static_cast<int>(length), text);
+    // One write per line and stream, so lines of different threads never mix.
+    fputs(line, gOut);
+    fflush(gOut);
+    if (FILE* copy = gCopy.load()) {
+        fputs(line, copy);
+        fflush(copy);
+    }
 }
 
 void writeLine(const struct __android_logger_data* data, const char* message) {
@@ -28,17 +43,26 @@ void writeLine(const struct __android_logger_data* data, const char* message) {
     localtime_r(&now.tv_sec, &local);
     char stamp[32];
     strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &local);
-    fprintf(gOut, "%s.%03ld %5d %5ld %c %s: %s\n", stamp, static_cast<long>(now.tv_usec / 1000),
-            getpid(), static_cast<long>(syscall(SYS_gettid)), priorityLetter(data->priority),
-            !gReadTags ? program_invocation_short_name : (data->tag ? data->tag : ""),
-            message ? message : "");
-    fflush(gOut);
+    char head[256];
+    snprintf(head, sizeof(head), "%s.%03ld %5d %5ld %c %s: ", stamp,
+             static_cast<long>(now.tv_usec / 1000), getpid(),
+             static_cast<long>(syscall(SYS_gettid)), priorityLetter(data->priority),
+             !gReadTags ? program_invocation_short_name : (data->tag ? data->tag : ""));
+    const char* text = message ? message : "";
+    // A message's final newline ends its last line; it starts no empty one.
+    do {
+        const char* newline = strchr(text, '\n');
+        const size_t length = newline ? static_cast<size_t>(newline - text) : strlen(text);
+        writeOne(head, text, length);
+        text = newline ? newline + 1 : text + length;
+    } while (*text != '\0');
 }
 
 }  // namespace
 
-void logToLogcatFormat(FILE* out) {
+void logToLogcatFormat(FILE* out, FILE* copy) {
     gOut = out;
+    gCopy = copy;
     android::base::SetLogger(android::base::StderrLogger);  // libbase forwards to liblog
     android::base::SetMinimumLogSeverity(android::base::VERBOSE);
     __android_log_set_logger(&writeLine);

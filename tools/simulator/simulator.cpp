@@ -1,60 +1,28 @@
 #include "simulator.h"
 
 #include <android-base/properties.h>
-#include <android/log.h>
-#include <gui/HostCompositor.h>
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
 #include <libgui_interface/hook/ITestExampleClass.h>
 
+#include <cerrno>
 #include <cstring>
+#include <memory>
 #include <string>
 
+#include "compositor_service.h"
+#include "libgui_glue.h"
 #include "logcat_sink.h"
-#include "stall_scenario.h"
+#include "options.h"
+#include "scenarios.h"
+#include "world.h"
 
 namespace talvex::simulator {
 namespace {
 
-using android::HostCompositor;
 using android::libgui_interface::hook::createTalvexTestExampleClassFactory;
 using android::libgui_interface::hook::getBufferQueueHelper;
 using android::libgui_interface::hook::getFrameRecordIns;
-
-constexpr char kUsage[] =
-    "usage: talvex_simulator [--build-type=TYPE]\n"
-    "  --build-type=TYPE  value of ro.build.type for this run (default userdebug;\n"
-    "                     recording is on only for userdebug)\n";
-
-struct Options {
-    std::string buildType = "userdebug";
-};
-
-bool parseOptions(int argc, char** argv, Options* options) {
-    for (int i = 1; i < argc; ++i) {
-        const char* arg = argv[i];
-        if (strncmp(arg, "--build-type=", 13) == 0) {
-            options->buildType = arg + 13;
-        } else {
-            fprintf(stderr, "talvex_simulator: unknown argument '%s'\n%s", arg, kUsage);
-            return false;
-        }
-    }
-    return true;
-}
-
-// Logs what the compositor was told, as SurfaceFlinger would under its own tag.
-void logLayerRequest(const HostCompositor::LayerRequest& request) {
-    constexpr uint32_t code = HostCompositor::kLayerRequestCode;
-    if (!request.interfaceOk) {
-        __android_log_print(ANDROID_LOG_ERROR, "SurfaceFlinger", "code %u: bad interface token",
-                            code);
-        return;
-    }
-    __android_log_print(ANDROID_LOG_INFO, "SurfaceFlinger", "code %u%s: command %d for %s, token %s",
-                        code, request.oneWay ? " (one-way)" : "", request.command,
-                        request.layerName.c_str(), request.token != nullptr ? "set" : "null");
-}
 
 // What libgui does first: the greeting proves the hook path, the getters load the library.
 void runHookPath() {
@@ -63,23 +31,63 @@ void runHookPath() {
     getBufferQueueHelper();
 }
 
+int play(const Options& options, const Scenario& scenario) {
+    // Fixed before the library reads them, as on a device.
+    android::base::SetProperty("ro.build.type", options.buildType);
+    for (const auto& [key, value] : scenario.properties) android::base::SetProperty(key, value);
+
+    auto names = std::make_shared<LayerNames>();
+    android::sp<android::HostCompositor> service = registerCompositorService(names);
+    if (service == nullptr) return 1;
+    runHookPath();
+    patchTransactionCompletedListener();
+    say("scenario %s (seed %llu, %d layers, %d fps, %.1f s, %s): %s", scenario.name,
+        static_cast<unsigned long long>(options.seed), options.layers, options.fps, options.seconds,
+        options.buildType.c_str(), scenario.story);
+    if (!getFrameRecordIns()->getEnable()) {
+        say("recording is off on a %s build: the frame record keeps nothing",
+            options.buildType.c_str());
+    }
+    {
+        World world(options, *names);
+        scenario.play(world);
+        waitForDumperThread();
+    }
+    say("scenario %s over", scenario.name);
+    return 0;
+}
+
 }  // namespace
 
-int runSimulator(int argc, char** argv, FILE* out) {
+int runSimulator(int argc, const char* const* argv, FILE* out) {
     Options options;
-    if (!parseOptions(argc, argv, &options)) return 2;
-    logToLogcatFormat(out);
-    // The build type is fixed before the frame record is created, as on a device.
-    android::base::SetProperty("ro.build.type", options.buildType);
-    android::sp<HostCompositor> compositor(new HostCompositor(android::NO_ERROR, logLayerRequest));
-    if (HostCompositor::registerAsSurfaceFlinger(compositor) != android::NO_ERROR) {
-        fprintf(stderr, "talvex_simulator: could not register the host compositor\n");
-        return 1;
+    std::string error;
+    switch (parseOptions(argc, argv, &options, &error)) {
+        case ParseResult::kHelp:
+            fputs(usageText(), out);
+            return 0;
+        case ParseResult::kError:
+            fprintf(stderr, "talvex_simulator: %s\n", error.c_str());
+            return 2;
+        case ParseResult::kRun:
+            break;
     }
-    runHookPath();
-    runStallScenario();
+    FILE* file = nullptr;
+    if (!options.outPath.empty()) {
+        file = fopen(options.outPath.c_str(), "w");
+        if (file == nullptr) {
+            fprintf(stderr, "talvex_simulator: cannot write '%s': %s\n", options.outPath.c_str(),
+                    strerror(errno));
+            return 2;
+        }
+    }
+    logToLogcatFormat(out, file);
+    const int status = play(options, *findScenario(options.scenario));
+    // Lines of the unload that follows no longer go to the file.
+    logToLogcatFormat(out, nullptr);
+    if (file != nullptr) fclose(file);
     stopReadingTags();
-    return 0;
+    return status;
 }
 
 }  // namespace talvex::simulator

@@ -4,9 +4,10 @@
 
 namespace talvex::simulator {
 
-// Drives libgui_talvex_utils exactly as libgui does, through the hook getters only, and writes
-// the log it produces to `out` in logcat format. Returns the process exit code: 0 on success,
-// 2 on a usage error (message on stderr).
-int runSimulator(int argc, char** argv, FILE* out);
+// Plays libgui around libgui_talvex_utils.so as the command line asks (see --help) and writes
+// every log line of the process to `out` (and to --out's file) in logcat's threadtime format.
+// Returns the exit code: 0 on success, 2 on a usage error (message on stderr), 1 if the run
+// could not be set up. Runs once per process: the library's singletons live with it.
+int runSimulator(int argc, const char* const* argv, FILE* out);
 
 }  // namespace talvex::simulator

@@ -85,6 +85,41 @@ public:
                                std::optional<uint32_t> currentMaxAcquiredBufferCount);
 
     // ---- HOST-ONLY (not in AOSP) ----
+    // The places where a vendor patch of libgui calls out of the queue, for a host program that
+    // plays that patch. Each is called with mMutex held (the lock the patched code holds there)
+    // and must not call back into this queue. The defaults do nothing.
+    struct HostPatchPoints {
+        virtual ~HostPatchPoints() = default;
+        // update() set `mSurfaceControl` to `surface` (a new queue's first surface, or another).
+        virtual void surfaceChangedLocked(BLASTBufferQueue* /*bbq*/,
+                                          const sp<SurfaceControl>& /*surface*/) {}
+        // update() took a new requested size; `requestedSize`, `size` and `consumer` are the
+        // queue's mRequestedSize, mSize and consumer.
+        virtual void requestedSizeChangedLocked(ui::Size* /*requestedSize*/, ui::Size* /*size*/,
+                                                ConsumerBase* /*consumer*/) {}
+        // onFrameAvailable() counted frame `frameNumber`; `syncing` is true if it goes into a sync.
+        virtual void frameAvailableLocked(uint64_t /*frameNumber*/, bool /*syncing*/,
+                                          int32_t /*numFrameAvailable*/, int32_t /*numAcquired*/) {}
+        // acquireNextBufferLocked() acquired `frameNumber` into a transaction.
+        virtual void bufferAcquiredLocked(uint64_t /*frameNumber*/) {}
+        // acquireNextBufferLocked() found frames available but as many buffers acquired as the
+        // compositor allows.
+        virtual void cannotAcquireLocked(BLASTBufferQueue* /*bbq*/) {}
+        // acquireNextBufferLocked() applied the transaction carrying `frameNumber`.
+        virtual void transactionAppliedLocked(uint64_t /*frameNumber*/) {}
+        // transactionCallback() received the completion of `frameNumber`.
+        virtual void transactionCallbackLocked(uint64_t /*frameNumber*/) {}
+        // releaseBufferCallback() was told the compositor released the buffer of `frameNumber`.
+        virtual void releaseBufferCallbackLocked(uint64_t /*frameNumber*/) {}
+        // releaseBuffer() gave the buffer of `frameNumber` back to the queue.
+        virtual void bufferReleasedLocked(uint64_t /*frameNumber*/) {}
+    };
+    // Sets the patch points (null: none); `points` must outlive its use here. Takes mMutex, so
+    // once it returns no earlier patch point is running.
+    void hostSetPatchPoints(HostPatchPoints* points);
+    // The queue's consumer as the ConsumerBase libgui passes around.
+    ConsumerBase* hostConsumerBase() const { return mBufferItemConsumer.get(); }
+
     // The producer side (AOSP's Surface): dequeues a buffer, queues it with `timestamp` and
     // tells the consumer, which runs onFrameAvailable(). Returns the queued frame number, or 0
     // if no buffer could be dequeued.
@@ -216,6 +251,9 @@ private:
     std::unordered_set<uint64_t> mSyncedFrameNumbers;
 
     uint32_t mProducerId = 0;
+
+    // HOST-ONLY: see HostPatchPoints; guarded by mMutex.
+    HostPatchPoints* mHostPatchPoints = nullptr;
 };
 
 }  // namespace android

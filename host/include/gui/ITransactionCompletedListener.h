@@ -71,6 +71,13 @@ struct ReleaseBufferCallbackIdHash {
     }
 };
 
+// The frame-event part of what the compositor reports for one surface (AOSP's
+// FrameEventHistoryStats; the model keeps the frame number only).
+class FrameEventHistoryStats {
+public:
+    uint64_t frameNumber = 0;
+};
+
 // What the compositor reports for one surface of a completed transaction.
 class SurfaceControlStats {
 public:
@@ -94,6 +101,7 @@ public:
     sp<Fence> previousReleaseFence;
     std::optional<uint32_t> transformHint = 0;
     ReleaseCallbackId previousReleaseCallbackId;
+    FrameEventHistoryStats frameEventStats;
 };
 
 using TransactionCompletedCallbackTakesContext =

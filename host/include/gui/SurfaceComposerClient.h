@@ -106,6 +106,18 @@ public:
         sp<GraphicBuffer> hostBuffer(const sp<SurfaceControl>& sc) const;
         // Returns how many times apply() ran on this object.
         uint32_t hostApplyCount() const { return mApplyCount; }
+        // What the transaction carries for one layer.
+        struct HostLayer {
+            sp<SurfaceControl> surfaceControl;
+            std::optional<uint64_t> frameNumber;
+            ReleaseCallbackId releaseCallbackId;
+        };
+        // Returns the layers this transaction changes, in no particular order.
+        std::vector<HostLayer> hostLayers() const;
+        // Sets the process's receiver of applied transactions (the compositor's side): called
+        // by apply() with the transaction before it is cleared, on the applying thread, which
+        // may hold the BLAST queue's lock. Null: none. Set it before transactions are applied.
+        static void hostSetApplyObserver(std::function<void(const Transaction&)> observer);
 
     private:
         static uint64_t generateId();
@@ -205,9 +217,15 @@ public:
     void hostClear();
     // The listener's lock, for tests that must hold it.
     std::mutex& hostMutex() { return mMutex; }
+    // Sets what is told, under mMutex, of every callback id registered (`added` true) or
+    // removed on completion (false): the places a vendor patch of libgui times callbacks.
+    // Null: none. Set it before callbacks are registered.
+    void hostSetCallbackIdObserver(std::function<void(int64_t id, bool added)> observer);
 
 private:
     ReleaseBufferCallback popReleaseBufferCallbackLocked(const ReleaseCallbackId& callbackId);
+
+    std::function<void(int64_t id, bool added)> mHostCallbackIdObserver;  // guarded by mMutex
 
     static sp<TransactionCompletedListener> sInstance;
 };

@@ -1,0 +1,146 @@
+#include "compositor.h"
+
+#include <ui/Fence.h>
+#include <utils/Timers.h>
+
+#include <climits>
+
+#include "libgui_glue.h"
+
+namespace talvex::simulator {
+
+using android::CallbackId;
+using android::ReleaseCallbackId;
+using android::sp;
+using android::SurfaceComposerClient;
+using android::SurfaceControlStats;
+using android::TransactionCompletedListener;
+
+Compositor::Compositor(std::chrono::nanoseconds vsyncPeriod) : mVsyncPeriod(vsyncPeriod) {}
+
+Compositor::~Compositor() {
+    stop();
+}
+
+void Compositor::start() {
+    SurfaceComposerClient::Transaction::hostSetApplyObserver(
+        [this](const SurfaceComposerClient::Transaction& transaction) { receive(transaction); });
+    std::lock_guard<std::mutex> lock(mMutex);
+    mRunning = true;
+    mThread = std::thread(&Compositor::threadMain, this);
+}
+
+void Compositor::stop() {
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (!mRunning) return;
+        mRunning = false;
+    }
+    mWake.notify_all();
+    mThread.join();
+    SurfaceComposerClient::Transaction::hostSetApplyObserver(nullptr);
+}
+
+uint64_t Compositor::holdReleases(int32_t layerId) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mHeldLayers.insert(layerId);
+    auto it = mLatched.find(layerId);
+    return it == mLatched.end() ? 0 : it->second.first;
+}
+
+void Compositor::loseCompletion(int32_t layerId, uint64_t frameNumber) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mLostCompletions.emplace(layerId, frameNumber);
+}
+
+void Compositor::forgetLayer(int32_t layerId) {
+    std::vector<SurfaceComposerClient::Transaction> dropped;
+    std::unique_lock<std::mutex> lock(mMutex);
+    mLatched.erase(layerId);
+    mHeldLayers.erase(layerId);
+    for (auto it = mIncoming.begin(); it != mIncoming.end();) {
+        bool touches = false;
+        for (const auto& layer : it->hostLayers()) {
+            touches |=
+                layer.surfaceControl != nullptr && layer.surfaceControl->getLayerId() == layerId;
+        }
+        if (touches) {
+            dropped.push_back(std::move(*it));
+            it = mIncoming.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    const uint64_t running = mBatches;
+    mBatchDone.wait(lock, [&] { return !mRunning || !mInBatch || mBatches > running; });
+}
+
+int Compositor::lostCompletions() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mLostCount;
+}
+
+// Runs on the applying thread, which may hold a BLAST queue's lock: only queue it.
+void Compositor::receive(const SurfaceComposerClient::Transaction& transaction) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mRunning) mIncoming.push_back(transaction);
+}
+
+void Compositor::threadMain() {
+    auto vsync = std::chrono::steady_clock::now();
+    std::unique_lock<std::mutex> lock(mMutex);
+    while (mRunning) {
+        vsync += mVsyncPeriod;
+        if (mWake.wait_until(lock, vsync, [this] { return !mRunning; })) break;
+        std::vector<SurfaceComposerClient::Transaction> batch;
+        batch.swap(mIncoming);
+        mInBatch = true;
+        // Callbacks run into libgui, which takes its own locks: never under ours.
+        lock.unlock();
+        for (const auto& transaction : batch) composite(transaction);
+        batch.clear();
+        lock.lock();
+        mInBatch = false;
+        ++mBatches;
+        mBatchDone.notify_all();
+    }
+}
+
+void Compositor::composite(const SurfaceComposerClient::Transaction& transaction) {
+    const nsecs_t latchTime = systemTime(SYSTEM_TIME_MONOTONIC);
+    sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
+    std::vector<SurfaceControlStats> stats;
+    std::vector<ReleaseCallbackId> releases;
+    bool lost = false;
+    for (const auto& layer : transaction.hostLayers()) {
+        if (layer.surfaceControl == nullptr || !layer.frameNumber) continue;
+        const int32_t layerId = layer.surfaceControl->getLayerId();
+        listenerTransactionCommitted(layer.surfaceControl, *layer.frameNumber);
+        stats.emplace_back(layer.surfaceControl, latchTime, latchTime, android::Fence::NO_FENCE,
+                           android::Fence::NO_FENCE, std::nullopt);
+        stats.back().frameEventStats.frameNumber = *layer.frameNumber;
+        std::lock_guard<std::mutex> lock(mMutex);
+        auto& latched = mLatched[layerId];
+        if (latched.second != ReleaseCallbackId::INVALID_ID && mHeldLayers.count(layerId) == 0) {
+            releases.push_back(latched.second);
+        }
+        latched = {*layer.frameNumber, layer.releaseCallbackId};
+        if (mLostCompletions.erase({layerId, *layer.frameNumber}) != 0) {
+            lost = true;
+            ++mLostCount;
+        }
+    }
+    if (!lost) {
+        for (const CallbackId& id : transaction.hostCallbackIds()) {
+            if (id.type != CallbackId::Type::ON_COMPLETE) continue;
+            for (const auto& stat : stats) {
+                listenerTransactionCompleted(stat.surfaceControl, stat.frameEventStats.frameNumber);
+            }
+            listener->hostCompleteCallback(id, latchTime, android::Fence::NO_FENCE, stats);
+        }
+    }
+    for (const auto& id : releases)
+        listener->onReleaseBuffer(id, android::Fence::NO_FENCE, UINT_MAX);
+}
+
+}  // namespace talvex::simulator

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <gui/SurfaceComposerClient.h>
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <set>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace talvex::simulator {
+
+// The compositor's client-facing half: receives every applied transaction and, once per vsync,
+// commits it, completes its callbacks through the process's TransactionCompletedListener and
+// releases the buffer each newly latched one replaces. Scenarios make it misbehave per layer.
+class Compositor {
+public:
+    explicit Compositor(std::chrono::nanoseconds vsyncPeriod);
+    ~Compositor();
+    Compositor(const Compositor&) = delete;
+    Compositor& operator=(const Compositor&) = delete;
+
+    // Starts receiving transactions and the vsync thread.
+    void start();
+    // Stops the vsync thread (joined) and stops receiving transactions.
+    void stop();
+
+    // From now on, buffers of `layerId` are never released. Returns the frame number of the
+    // layer's latched buffer, the first one held (0 if none yet).
+    uint64_t holdReleases(int32_t layerId);
+    // The completion of `layerId`'s frame `frameNumber` is never delivered.
+    void loseCompletion(int32_t layerId, uint64_t frameNumber);
+    // Forgets layer `layerId`, which is going away: drops what the compositor holds of it and
+    // returns once no vsync that may still touch it is running, so the layer's last reference
+    // goes on the caller's thread.
+    void forgetLayer(int32_t layerId);
+    // Returns how many completions were lost so far.
+    int lostCompletions();
+
+private:
+    void receive(const android::SurfaceComposerClient::Transaction& transaction);
+    void threadMain();
+    void composite(const android::SurfaceComposerClient::Transaction& transaction);
+
+    const std::chrono::nanoseconds mVsyncPeriod;
+    std::mutex mMutex;
+    std::condition_variable mWake;
+    std::condition_variable mBatchDone;
+    bool mRunning = false;
+    bool mInBatch = false;  // guarded by mMutex
+    uint64_t mBatches = 0;  // batches done; guarded by mMutex
+    std::vector<android::SurfaceComposerClient::Transaction> mIncoming;  // guarded by mMutex
+    std::set<int32_t> mHeldLayers;                                       // guarded by mMutex
+    std::set<std::pair<int32_t, uint64_t>> mLostCompletions;             // guarded by mMutex
+    int mLostCount = 0;                                                  // guarded by mMutex
+    std::map<int32_t, std::pair<uint64_t, android::ReleaseCallbackId>> mLatched;  // by mMutex
+    std::thread mThread;
+};
+
+}  // namespace talvex::simulator
