@@ -13,9 +13,20 @@ deps:
 build/%/build.ninja: CMakeLists.txt CMakePresets.json | deps
 	cmake --preset $* >/dev/null
 
+RUN_DIR := build/run
+
+# Plays the simulator, then explains its log as one would a device's logcat: findings on screen,
+# the HTML timeline and the Perfetto trace beside the log. talvex-explain exits 1 when it has
+# findings, which is what a stall should give.
 run: deps build/clang/build.ninja
-	cmake --build --preset clang --target talvex_simulator
-	./build/clang/tools/simulator/talvex_simulator $(SIM_ARGS)
+	cmake --build --preset clang --target talvex_simulator talvex-explain
+	@mkdir -p $(RUN_DIR)
+	./build/clang/tools/simulator/talvex_simulator --out $(RUN_DIR)/logcat.txt $(SIM_ARGS)
+	@echo
+	@echo "=== talvex-explain $(RUN_DIR)/logcat.txt"
+	@./build/clang/tools/explain/talvex-explain $(RUN_DIR)/logcat.txt \
+		--html $(RUN_DIR)/report.html --trace $(RUN_DIR)/trace.json --json $(RUN_DIR)/dumps.json; \
+		status=$$?; [ $$status -le 1 ]
 
 test: deps
 	@bash scripts/test.sh $(TEST_PRESETS)
