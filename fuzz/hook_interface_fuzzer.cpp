@@ -188,19 +188,32 @@ void Run::limitSize() {
         *side = kSides[mIn.ConsumeIntegralInRange<size_t>(0, std::size(kSides) - 1)];
     }
     const int32_t asked[2] = {requested[0], requested[1]};
+    const int32_t used[2] = {size[0], size[1]};
     const int mode = mIn.ConsumeIntegralInRange<int>(-1, 2);
+    const int updateRequested = mIn.ConsumeIntegralInRange<int>(0, 2);
     const bool on = mIn.ConsumeBool();
     android::base::SetProperty("debug.graphics.unsupport4K", on ? "1" : "0");
     sp<android::BufferQueueCore> core(new android::BufferQueueCore());
     sp<android::BufferItemConsumer> consumer(new android::BufferItemConsumer(core, 0));
-    mW.helper->resetBBQRequestSize(requested, size, consumer.get(), mode, 1);
+    mW.helper->resetBBQRequestSize(
+        requested, size, static_cast<android::ConsumerBase*>(consumer.get()), mode, updateRequested);
     const bool capped = on && mode == 1 && (asked[0] > 4000 || asked[1] > 4000);
-    if (capped && (size[0] != std::min(asked[0], 4000) || size[1] != std::min(asked[1], 4000) ||
-                   requested[0] != size[0] || requested[1] != size[1])) {
-        fail("an oversized request was not capped to 4000");
-    }
-    if (!capped && (requested[0] != asked[0] || requested[1] != asked[1])) {
-        fail("a request the cap does not apply to was changed");
+    const int32_t cap[2] = {std::min(asked[0], 4000), std::min(asked[1], 4000)};
+    // A size that is already the capped one is left alone, and so is the request.
+    const bool changed = capped && (used[0] != cap[0] || used[1] != cap[1]);
+    const int32_t width = changed ? cap[0] : used[0];
+    const int32_t height = changed ? cap[1] : used[1];
+    const bool copied = changed && updateRequested != 0;
+    const std::vector<std::pair<uint32_t, uint32_t>> told = consumer->hostDefaultBufferSizeCalls();
+    const size_t toldExpected = changed ? 1 : 0;
+    if (size[0] != width || size[1] != height || requested[0] != (copied ? width : asked[0]) ||
+        requested[1] != (copied ? height : asked[1]) || told.size() != toldExpected ||
+        (changed &&
+         told[0] != std::make_pair(static_cast<uint32_t>(width), static_cast<uint32_t>(height)))) {
+        fail("size limiter: asked " + std::to_string(asked[0]) + "x" + std::to_string(asked[1]) +
+             ", mode " + std::to_string(mode) + ", property " + (on ? "1" : "0") + ": size " +
+             std::to_string(size[0]) + "x" + std::to_string(size[1]) + ", requested " +
+             std::to_string(requested[0]) + "x" + std::to_string(requested[1]));
     }
 }
 

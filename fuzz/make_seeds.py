@@ -68,7 +68,7 @@ def callbacks_tasks_and_sizes():
     for index in (0, 5, 6, 1):
         s.byte(ADD_ID, index)
     s.byte(REMOVE_ID, 6).byte(REMOVE_ID, 3).byte(TASK, 0).byte(TASK, 0).byte(TASK, 1)
-    s.byte(LIMIT, 5, 1, 2, 2, 2, 1).byte(LIMIT, 3, 1, 0, 0, 1, 0)  # mode -1+2 = 1, property on
+    s.byte(LIMIT, 5, 1, 2, 2, 2, 1, 1).byte(LIMIT, 3, 1, 0, 0, 1, 0, 0)  # mode byte 2: mode 1
     s.byte(COMPOSITOR, 0, LAYER_MIN).byte(COMPOSITOR, 1, LAYER_MAX)
     return s.byte(TIME).int_in(1, -2**63, 64).byte(0).int_in(2**63 - 1, -2**63, 64)
 
