@@ -30,6 +30,7 @@
 #include <string>
 #include <vector>
 
+#include "fuzz/dump_log_checks.h"
 #include "fuzz/frame_record_model.h"
 #include "fuzz/time_string_reference.h"
 #include "support/host_objects.h"
@@ -42,7 +43,6 @@ using android::sp;
 using android::libgui_interface::hook::IBufferQueueHelper;
 using android::libgui_interface::hook::IFrameRecord;
 using talvex::test::LogCapture;
-using talvex::test::LogLine;
 
 [[noreturn]] void fail(const std::string& what) {
     fprintf(stderr, "hook_interface_fuzzer: %s\n", what.c_str());
@@ -349,39 +349,6 @@ void Run::checkRecord() {
     if (ids != mCallbackIds) fail("the callback ids differ from those added and not removed");
 }
 
-// Each BLAST dump of a queue, in its prefix's lines: start line, BLAST state, record, callbacks.
-void checkBlastDumps(const std::vector<LogLine>& lines, android::BLASTBufferQueue* queue,
-                     int expected) {
-    static const char* const kMarkers[] = {
-        "Talvex-Graphics:dumpBlastStateAndFrameRecordLocked Start, nowTime:",
-        "---Dump BlastBufferQueue State START---",
-        "---Dump BlastBufferQueue State END---",
-        "---Dump Process ",
-        "---Dump All Frame Record END---",
-        "---Dump Current Process All Callback START",
-        "---Dump Current Process All Callback Over"};
-    const std::string prefix = "[" + queue->hostName() + "](";
-    size_t next = 0;
-    int dumps = 0;
-    for (const LogLine& line : lines) {
-        if (line.tag != "TalvexBufferQueueHelper" || line.text.compare(0, prefix.size(), prefix))
-            continue;
-        if (line.text.find(kMarkers[next]) == std::string::npos) {
-            bool other = false;
-            for (const char* marker : kMarkers)
-                other |= line.text.find(marker) != std::string::npos;
-            if (other) fail("dump marker out of order: " + line.text);
-            continue;
-        }
-        next = (next + 1) % std::size(kMarkers);
-        if (next == 0) ++dumps;
-    }
-    if (next != 0 || dumps != expected) {
-        fail(queue->hostName() + ": " + std::to_string(dumps) + " whole dumps, expected " +
-             std::to_string(expected));
-    }
-}
-
 void Run::finish() {
     // The dumper thread's own order is the barrier: a task pushed now runs after every dump.
     auto done = std::make_shared<std::promise<void>>();
@@ -395,17 +362,13 @@ void Run::finish() {
     if (*mTasksRun != order) fail("tasks ran out of push order or were lost");
 
     const auto lines = mW.logs->lines();
-    bool inCore = false;  // core dumps run on this thread only: never nested, always closed
-    for (const LogLine& line : lines) {
-        if (line.priority != ANDROID_LOG_ERROR || line.tag != "TalvexBufferQueueHelper") continue;
-        const bool begins = line.text.find(") ---dumpBbqStateDirectly:") != std::string::npos;
-        const bool ends = line.text.find(") dumpBbqStateDirectly end---") != std::string::npos;
-        if ((begins && inCore) || (ends && !inCore)) fail("unbalanced core dump: " + line.text);
-        inCore = begins || (inCore && !ends);
+    std::string error = checkCoreDumps(lines);
+    for (const auto& queue : mW.queues) {
+        if (error.empty()) {
+            error = checkBlastDumps(lines, queue->hostName(), mExpectedDumps[queue.get()]);
+        }
     }
-    if (inCore) fail("a core dump without its end line");
-    for (const auto& queue : mW.queues)
-        checkBlastDumps(lines, queue.get(), mExpectedDumps[queue.get()]);
+    if (!error.empty()) fail(error);
     int expectedRequests = mExpectedRequests;
     for (const auto& [queue, dumps] : mExpectedDumps) expectedRequests += dumps;
     if (mW.compositor->mRequests.exchange(0) != expectedRequests) {
