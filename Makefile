@@ -4,7 +4,7 @@
 TEST_PRESETS ?= clang gcc cxx20 asan tsan
 SIM_ARGS ?=
 
-.PHONY: all deps run test bench format clean
+.PHONY: all deps run test bench fuzz format clean
 all: run
 
 deps:
@@ -34,6 +34,10 @@ test: deps
 bench: deps build/clang/build.ninja
 	cmake --build --preset clang --target frame_record_benchmark
 	./build/clang/bench/frame_record_benchmark
+
+# The fuzzers for longer than CI's smoke run: FUZZ_SECONDS per harness (default ten minutes).
+fuzz:
+	FUZZ_SECONDS=$${FUZZ_SECONDS:-600} bash scripts/fuzz-smoke.sh
 
 format:
 	git ls-files '*.cpp' '*.h' | xargs clang-format -i

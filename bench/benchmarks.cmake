@@ -7,3 +7,9 @@ target_include_directories(frame_record_benchmark PRIVATE ${PROJECT_SOURCE_DIR})
 talvex_cc_benchmark(NAME bufferqueue_helper_benchmark
     SRCS ${CMAKE_CURRENT_SOURCE_DIR}/bufferqueue_helper_benchmark.cpp
     DEPS gui_talvex_utils talvex_host_platform android::base android::log android::utils)
+talvex_cc_benchmark(NAME soak_benchmark
+    SRCS ${CMAKE_CURRENT_SOURCE_DIR}/soak_benchmark.cpp
+    DEPS gui_talvex_utils talvex_host_platform android::base android::log android::utils)
+if(BUILD_TESTING)
+    set_tests_properties(soak_benchmark.smoke PROPERTIES ENVIRONMENT TALVEX_SOAK_EVENTS=60000)
+endif()
