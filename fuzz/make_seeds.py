@@ -75,7 +75,7 @@ def callbacks_tasks_and_sizes():
 
 def write_time_seeds():
     pairs = {
-        "spec_plus": (1000000000, 1012345678), "spec_minus": (1000000000, 997999500),
+        "plus_12ms": (1000000000, 1012345678), "minus_2ms": (1000000000, 997999500),
         "equal": (5, 5), "five_ns": (1, 6), "micros_wrap": (1, 2147483648001),
         "unknown": (100, 0), "widest": (-2**63, 2**63 - 1), "widest_back": (2**63 - 1, -2**63),
     }

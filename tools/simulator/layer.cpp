@@ -17,19 +17,19 @@ namespace {
 constexpr int kNativeWindowApiEgl = 1;  // NATIVE_WINDOW_API_EGL
 }  // namespace
 
-Layer::Layer(const sp<SurfaceComposerClient>& client, const LayerSpec& spec)
-    : mSpec(spec),
-      mSurface(client->createSurface(android::String8(spec.surfaceName.c_str()), spec.width,
-                                     spec.height, android::PIXEL_FORMAT_RGBA_8888)),
-      mQueue(new android::BLASTBufferQueue(spec.queueName)),
-      mPatch(mSurface, mQueue, spec.framePeriod.count()),
-      mRandom(spec.seed) {
+Layer::Layer(const sp<SurfaceComposerClient>& client, const LayerConfig& config)
+    : mConfig(config),
+      mSurface(client->createSurface(android::String8(config.surfaceName.c_str()), config.width,
+                                     config.height, android::PIXEL_FORMAT_RGBA_8888)),
+      mQueue(new android::BLASTBufferQueue(config.queueName)),
+      mPatch(mSurface, mQueue, config.framePeriod.count()),
+      mRandom(config.seed) {
     // The app's Surface connects as an EGL producer and renders ahead: up to three buffers in
     // its hands.
     mQueue->hostCore()->hostSetConnectedApi(kNativeWindowApiEgl, getpid());
     mQueue->hostBufferItemConsumer()->hostOnConnect();
     mQueue->hostCore()->hostSetMaxDequeuedBufferCount(3);
-    mPatch.create(spec.width, spec.height);
+    mPatch.create(config.width, config.height);
 }
 
 Layer::~Layer() {
@@ -120,10 +120,10 @@ void Layer::producerMain() {
         if (slot < 0) return;
         // Rendering takes part of the frame period, varying with the seed.
         const auto render = std::chrono::duration_cast<std::chrono::nanoseconds>(
-            mSpec.framePeriod * renderShare(mRandom));
+            mConfig.framePeriod * renderShare(mRandom));
         if (!waitUntil(std::chrono::steady_clock::now() + render)) return;
         queueSlot(slot);
-        frameStart += mSpec.framePeriod;
+        frameStart += mConfig.framePeriod;
         const auto now = std::chrono::steady_clock::now();
         if (frameStart < now) frameStart = now;  // a late frame does not make the next early
         if (!waitUntil(frameStart)) return;

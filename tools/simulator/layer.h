@@ -20,7 +20,7 @@
 namespace talvex::simulator {
 
 // What a layer is and how its app draws.
-struct LayerSpec {
+struct LayerConfig {
     std::string surfaceName;  // the compositor's layer name
     std::string queueName;    // the BLAST queue's name (libgui appends "#<producer id>")
     uint32_t width = 1080;
@@ -37,7 +37,7 @@ class Layer {
 public:
     static constexpr std::chrono::milliseconds kDequeueTimeout{500};
 
-    Layer(const android::sp<android::SurfaceComposerClient>& client, const LayerSpec& spec);
+    Layer(const android::sp<android::SurfaceComposerClient>& client, const LayerConfig& config);
     // Stops the producer and destroys the queue as libgui does.
     ~Layer();
     Layer(const Layer&) = delete;
@@ -68,7 +68,7 @@ private:
     int dequeueSlot();
     void queueSlot(int slot);
 
-    const LayerSpec mSpec;
+    const LayerConfig mConfig;
     android::sp<android::SurfaceControl> mSurface;
     android::sp<android::BLASTBufferQueue> mQueue;
     PatchedQueue mPatch;

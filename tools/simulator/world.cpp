@@ -50,13 +50,13 @@ World::~World() {
 
 Layer& World::addLayer() {
     const AppLayer& app = kApps[mLayersMade % (sizeof(kApps) / sizeof(kApps[0]))];
-    LayerSpec spec;
-    spec.surfaceName = std::string(app.surfaceName) + "#" + std::to_string(mLayersMade);
-    spec.queueName = app.queueName;
-    spec.framePeriod = mFramePeriod;
-    spec.seed = mOptions.seed * 1000003 + static_cast<uint64_t>(mLayersMade);
+    LayerConfig config;
+    config.surfaceName = std::string(app.surfaceName) + "#" + std::to_string(mLayersMade);
+    config.queueName = app.queueName;
+    config.framePeriod = mFramePeriod;
+    config.seed = mOptions.seed * 1000003 + static_cast<uint64_t>(mLayersMade);
     ++mLayersMade;
-    mLayers.push_back(std::make_unique<Layer>(mClient, spec));
+    mLayers.push_back(std::make_unique<Layer>(mClient, config));
     Layer& layer = *mLayers.back();
     mNames.add(layer.surface()->getLayerStateHandle(), layer.surface()->getName());
     say("layer %d (%s) draws through %s at %d fps", layer.layerId(),
