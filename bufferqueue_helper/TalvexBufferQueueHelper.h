@@ -1,6 +1,5 @@
 #pragma once
 
-#include <android-base/thread_annotations.h>
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/export.h>
 
@@ -8,6 +7,8 @@
 #include <mutex>
 #include <string>
 #include <unordered_map>
+
+#include "talvex_libgui_utils/thread_annotations.h"
 
 namespace android {
 

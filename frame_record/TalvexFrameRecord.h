@@ -16,6 +16,8 @@
 #include <thread>
 #include <unordered_map>
 
+#include "talvex_libgui_utils/thread_annotations.h"
+
 namespace android {
 
 class IBinder;
@@ -65,20 +67,20 @@ public:
         DumperThread& operator=(const DumperThread&) = delete;
 
         // Starts the worker on first use, appends `task` and wakes the worker.
-        void pushTaskAndStart(std::function<void()>&& task);
+        void pushTaskAndStart(std::function<void()>&& task) EXCLUDES(mLock);
         // Waits at most 100 ms for every task pushed before it; returns at once if no worker.
-        void ensureTaskFinish();
+        void ensureTaskFinish() EXCLUDES(mLock);
 
     private:
         friend class TalvexFrameRecordTestPeer;
 
-        void threadMain();
+        void threadMain() EXCLUDES(mLock);
 
         std::atomic<bool> mRunning;
-        std::mutex mLock;  // guards mThread and mTaskQueue; never held while a task runs
+        std::mutex mLock;  // never held while a task runs
         std::condition_variable mCondition;
-        std::thread mThread;
-        std::deque<std::function<void()>> mTaskQueue;
+        std::thread mThread GUARDED_BY(mLock);
+        std::deque<std::function<void()>> mTaskQueue GUARDED_BY(mLock);
     };
 
     // Returns the process-wide record (android::Singleton), created on first call, never freed.
@@ -96,22 +98,23 @@ public:
     // Returns whether recording is on; fixed at construction.
     bool getEnable() override { return mEnable; }
     // Drops the layer's record if `blastBufferQueue` owns it.
-    void clearFrameContent(int layerId, void* blastBufferQueue) override;
+    void clearFrameContent(int layerId, void* blastBufferQueue) override EXCLUDES(mMutex);
     // Creates or refreshes the record of `surfaceControl`'s layer; its frames are kept.
     void updateFrameAndGetContent(void* surfaceControl, const std::string& name,
-                                  void* blastBufferQueue) override;
+                                  void* blastBufferQueue) override EXCLUDES(mMutex);
     // Opens or restarts frame `frameNumber`, keeping at most 11 frames per map.
     void setLayerFrameEvent(int layerId, unsigned long frameNumber,
-                            FrameStartStatus status) override;
+                            FrameStartStatus status) override EXCLUDES(mMutex);
     // Appends an event to a started frame; dropped if the layer or frame is unknown.
-    void setLayerFrameEvent(int layerId, unsigned long frameNumber, FrameType type) override;
+    void setLayerFrameEvent(int layerId, unsigned long frameNumber, FrameType type) override
+        EXCLUDES(mMutex);
     // As above, with the layer id taken from the SurfaceControl `surfaceControl`.
     void setLayerFrameEvent(void* surfaceControl, unsigned long frameNumber,
-                            FrameType type) override;
+                            FrameType type) override EXCLUDES(mMutex);
 
     // Frame record dump (frame_record_dump.cpp).
     // Appends the whole record as text to `out`; appends nothing when recording is off.
-    void dumpAllRecordContent(std::string& out) override;
+    void dumpAllRecordContent(std::string& out) override EXCLUDES(mMutex);
 
     // Compositor layer call (compositor_layer_call.cpp).
     // Sends SurfaceFlinger the one-way request naming layer `layerId` with `token`; no lock.
@@ -134,14 +137,15 @@ public:
 private:
     friend class TalvexFrameRecordTestPeer;
 
-    // The common body of the two event overloads; the caller holds `mMutex`.
-    void setLayerFrameEventLocked(int layerId, unsigned long frameNumber, FrameType type);
+    // The common body of the two event overloads.
+    void setLayerFrameEventLocked(int layerId, unsigned long frameNumber, FrameType type)
+        REQUIRES(mMutex);
 
     bool mEnable;
     sp<IBinder> mSurfaceFlinger;  // cached compositor binder
     DumperThread mDumperThread;
-    std::mutex mMutex;  // guards mRecordContents; held for a whole dump
-    std::unordered_map<int, RecordContent> mRecordContents;
+    std::mutex mMutex;  // held for a whole dump
+    std::unordered_map<int, RecordContent> mRecordContents GUARDED_BY(mMutex);
     std::unordered_map<long, long> mCallbackIdTimes;  // guarded by the callers
 };
 

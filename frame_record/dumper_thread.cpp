@@ -95,6 +95,8 @@ void TalvexFrameRecord::DumperThread::threadMain() {
         }
         std::unique_lock<std::mutex> lock(mLock);
         mCondition.wait(lock, [this] {
+            // Called by `wait` with `lock` held; the analysis cannot follow a std::unique_lock.
+            base::ScopedLockAssertion held(mLock);
             return !mRunning.load(std::memory_order_acquire) || !mTaskQueue.empty();
         });
     }

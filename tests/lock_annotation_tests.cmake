@@ -1,0 +1,34 @@
+# Locking mistakes that must not compile (compile_fail/lock_annotation_cases.cpp), each case
+# built on its own by ctest and expected to stop at the analysis's exact error; case 0 does the
+# same operations right and must build.
+if(NOT TALVEX_THREAD_SAFETY)
+    return()
+endif()
+
+# name|case|the error it must stop at
+set(TALVEX_LOCK_ANNOTATION_CASES
+    "done_right|0|"
+    "store_read_unlocked|1|reading variable 'mRecordContents' requires holding mutex 'record.mMutex'"
+    "locked_call_unlocked|2|calling function 'setLayerFrameEventLocked' requires holding mutex 'record.mMutex' exclusively"
+    "reentry_under_lock|3|cannot call function 'dumpAllRecordContent' while mutex 'record.mMutex' is held"
+    "task_queue_unlocked|4|reading variable 'mTaskQueue' requires holding mutex 'worker.mLock'"
+    "worker_under_wrong_lock|5|reading variable 'mThread' requires holding mutex 'worker.mLock'")
+
+foreach(entry ${TALVEX_LOCK_ANNOTATION_CASES})
+    string(REPLACE "|" ";" fields "${entry}")
+    list(GET fields 0 name)
+    list(GET fields 1 number)
+    list(GET fields 2 error)
+    set(target lock_annotation_case_${name})
+    talvex_thread_safety_check(NAME ${target} LIKE gui_talvex_utils EXCLUDE_FROM_ALL
+        SRCS ${CMAKE_CURRENT_SOURCE_DIR}/compile_fail/lock_annotation_cases.cpp
+        DEFINES LOCK_ANNOTATION_CASE=${number})
+    add_test(NAME lock_annotations.${name}
+        COMMAND ${CMAKE_COMMAND} --build ${CMAKE_BINARY_DIR} --target ${target})
+    # Two builds in one tree at once would race on ninja's logs.
+    set_tests_properties(lock_annotations.${name} PROPERTIES RESOURCE_LOCK build_tree)
+    if(error)
+        set_tests_properties(lock_annotations.${name} PROPERTIES
+            PASS_REGULAR_EXPRESSION "error: ${error} \\[-Werror,-Wthread-safety-analysis\\]")
+    endif()
+endforeach()
