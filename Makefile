@@ -31,9 +31,11 @@ run: deps build/clang/build.ninja
 test: deps
 	@bash scripts/test.sh $(TEST_PRESETS)
 
+BENCHMARKS := frame_record_benchmark bufferqueue_helper_benchmark soak_benchmark explain_benchmark
+
 bench: deps build/clang/build.ninja
-	cmake --build --preset clang --target frame_record_benchmark
-	./build/clang/bench/frame_record_benchmark
+	cmake --build --preset clang --target $(BENCHMARKS)
+	@for b in $(BENCHMARKS); do echo "=== $$b"; ./build/clang/bench/$$b || exit 1; done
 
 # The fuzzers for longer than CI's smoke run: FUZZ_SECONDS per harness (default ten minutes).
 fuzz:
