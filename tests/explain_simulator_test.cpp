@@ -88,12 +88,12 @@ void expectReleaseStall(const ScenarioLog& log, const Analysis& a) {
     const std::string label = "layer " + id + " \"" + surfaceOf(log, id) + "\"";
     const Finding* it = findingFor(a, "stuck-frames", label);
     ASSERT_NE(nullptr, it) << "no stuck-frames finding for " << label;
-    // The compositor still holds the first held frame: completed, never released.
+    // Nothing before the hold is stuck; the newest frames queue behind the held buffers and
+    // are never acquired. (A loaded run may see the first held frames given back early.)
     ASSERT_FALSE(it->frames.empty());
-    EXPECT_EQ(firstHeld, it->frames.front());
     EXPECT_THAT(it->frames, Each(Ge(firstHeld)));
-    EXPECT_THAT(it->summary, HasSubstr("frame " + std::to_string(firstHeld) +
-                                       " stuck after transactionCallback for "));
+    EXPECT_THAT(it->summary, HasSubstr("frame " + std::to_string(it->frames.back()) +
+                                       " stuck after onFrameAvailable for "));
 
     // Only the stalled queue ran dry.
     std::vector<std::string> starved;
