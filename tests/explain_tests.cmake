@@ -8,3 +8,11 @@ foreach(t explain_parser_test explain_output_test explain_html_test)
         SRCS ${CMAKE_CURRENT_SOURCE_DIR}/${t}.cpp
         DEPS talvex_explain_lib talvex_explain_sample)
 endforeach()
+
+# The analyzer on the simulator's real logs: each story yields the findings it played out.
+talvex_cc_test(NAME explain_simulator_test
+    SRCS ${CMAKE_CURRENT_SOURCE_DIR}/explain_simulator_test.cpp
+    DEPS talvex_explain_lib)
+add_dependencies(explain_simulator_test talvex_simulator)
+target_compile_definitions(explain_simulator_test PRIVATE
+    TALVEX_SIMULATOR_PATH="$<TARGET_FILE:talvex_simulator>")

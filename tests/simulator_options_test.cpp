@@ -1,6 +1,8 @@
 // The simulator's command line: what it accepts and how it refuses the rest.
 #include <gtest/gtest.h>
 
+#include <cctype>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -18,6 +20,27 @@ struct BadArguments {
     std::vector<const char*> args;
     const char* error;
 };
+
+// The arguments as typed, for the case's name in test listings.
+void PrintTo(const BadArguments& c, std::ostream* out) {
+    for (size_t i = 0; i < c.args.size(); ++i) *out << (i ? " " : "") << c.args[i];
+}
+
+// The case's arguments as a test name: "--layers", "17" reads "layers_17".
+std::string caseName(const testing::TestParamInfo<BadArguments>& info) {
+    std::string name;
+    for (std::string arg : info.param.args) {
+        if (arg == "--") arg = "end_of_options";
+        if (arg.back() == '=') arg += "empty";
+        for (const char ch : arg) {
+            const bool keep = std::isalnum(static_cast<unsigned char>(ch)) != 0;
+            if (keep || (!name.empty() && name.back() != '_')) name += keep ? ch : '_';
+        }
+        if (!name.empty() && name.back() != '_') name += '_';
+    }
+    while (!name.empty() && name.back() == '_') name.pop_back();
+    return name;
+}
 
 class SimulatorOptionsRefuse : public testing::TestWithParam<BadArguments> {};
 
@@ -51,7 +74,8 @@ INSTANTIATE_TEST_SUITE_P(
         BadArguments{{"--out="}, "--out wants a file name"},
         // The first fault is the one reported.
         BadArguments{{"--layers=3", "--fps=0", "--bogus"},
-                     "--fps wants a whole number from 1 to 240, not '0'"}));
+                     "--fps wants a whole number from 1 to 240, not '0'"}),
+    caseName);
 
 TEST(SimulatorOptions, TakesBothSpellingsAndKeepsDefaultsForTheRest) {
     Options options;

@@ -5,8 +5,6 @@ talvex_cc_test(NAME simulator_options_test
 talvex_cc_test(NAME simulator_test
     SRCS ${CMAKE_CURRENT_SOURCE_DIR}/simulator_test.cpp
     DEPS talvex_test_support)
-if(TARGET simulator_test)
-    add_dependencies(simulator_test talvex_simulator)
-    target_compile_definitions(simulator_test PRIVATE
-        TALVEX_SIMULATOR_PATH="$<TARGET_FILE:talvex_simulator>")
-endif()
+add_dependencies(simulator_test talvex_simulator)
+target_compile_definitions(simulator_test PRIVATE
+    TALVEX_SIMULATOR_PATH="$<TARGET_FILE:talvex_simulator>")
