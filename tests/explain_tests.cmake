@@ -15,4 +15,4 @@ talvex_cc_test(NAME explain_simulator_test
     DEPS talvex_explain_lib)
 add_dependencies(explain_simulator_test talvex_simulator)
 target_compile_definitions(explain_simulator_test PRIVATE
-    TALVEX_SIMULATOR_PATH="$<TARGET_FILE:talvex_simulator>")
+    TALVEX_SIMULATOR_PATH="${TALVEX_SIMULATOR_COMMAND}")

@@ -5,6 +5,10 @@ talvex_cc_test(NAME simulator_options_test
 talvex_cc_test(NAME simulator_test
     SRCS ${CMAKE_CURRENT_SOURCE_DIR}/simulator_test.cpp
     DEPS talvex_test_support)
+# The command that starts the simulator: through the emulator when the tests run on another ABI
+# (the cross builds run every test under qemu-user, and a shell cannot start an AArch64 file).
+list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " TALVEX_EMULATOR_PREFIX)
+set(TALVEX_SIMULATOR_COMMAND "${TALVEX_EMULATOR_PREFIX} $<TARGET_FILE:talvex_simulator>")
 add_dependencies(simulator_test talvex_simulator)
 target_compile_definitions(simulator_test PRIVATE
-    TALVEX_SIMULATOR_PATH="$<TARGET_FILE:talvex_simulator>")
+    TALVEX_SIMULATOR_PATH="${TALVEX_SIMULATOR_COMMAND}")
