@@ -1,75 +1,32 @@
-// The analyzer on what the simulator really writes: each story's log, read back, must yield the
-// findings a graphics engineer would draw from it by hand. Expected values come from the
+// Each story the simulator plays, read back from its log: what the library's dumps show of it,
+// and the findings the analyzer draws from the same file. Expected values come from the
 // simulator's own lines in the same log, never from guesses about a run.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <fstream>
-#include <regex>
-#include <sstream>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "explain.h"
+#include "support/simulator_run.h"
 
 namespace talvex::explain {
 namespace {
 
+using ::talvex::test::SimulatorRun;
+using ::testing::AnyOf;
 using ::testing::Contains;
 using ::testing::Each;
 using ::testing::Ge;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-// The log a scenario writes with `--out`, and the exit status of its run.
-struct ScenarioLog {
-    int exitCode = -1;
-    std::string text;
-
-    // The groups of the last line matching `pattern` (a search, not a whole-line match).
-    std::smatch last(const std::string& pattern) const {
-        const std::regex re(pattern);
-        std::smatch found;
-        for (auto it = std::sregex_iterator(text.begin(), text.end(), re);
-             it != std::sregex_iterator(); ++it) {
-            found = *it;
-        }
-        return found;
-    }
-    // The 1-based number of the line holding `offset`.
-    uint64_t lineAt(size_t offset) const {
-        return 1 + std::count(text.begin(), text.begin() + static_cast<long>(offset), '\n');
-    }
-};
-
-ScenarioLog runScenario(const std::string& scenario) {
-    std::string out = testing::TempDir() + "explain_simulator_XXXXXX";
-    const int fd = mkstemp(out.data());
-    if (fd >= 0) close(fd);
-    const std::string command = std::string(TALVEX_SIMULATOR_PATH) +
-                                " --seconds=1 --seed=3 --scenario=" + scenario + " --out " + out +
-                                " >/dev/null";
-    const int status = std::system(command.c_str());
-    ScenarioLog log;
-    log.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    std::ifstream in(out);
-    std::stringstream text;
-    text << in.rdbuf();
-    log.text = text.str();
-    unlink(out.c_str());
-    return log;
+std::string surfaceOf(const SimulatorRun& run, const std::string& id) {
+    return run.last("TalvexSimulator: layer " + id + R"( \((.*)\) draws through )")[1];
 }
 
-// The layer's surface name, from the simulator's "layer N (surface) draws through ..." line.
-std::string surfaceOf(const ScenarioLog& log, const std::string& id) {
-    return log.last("TalvexSimulator: layer " + id + R"( \((.*)\) draws through )")[1];
-}
-
-// The finding of `kind` about `layer`, or null.
 const Finding* findingFor(const Analysis& a, const std::string& kind, const std::string& layer) {
     for (const Finding& f : a.findings) {
         if (f.kind == kind && f.layer == layer) return &f;
@@ -77,15 +34,80 @@ const Finding* findingFor(const Analysis& a, const std::string& kind, const std:
     return nullptr;
 }
 
-void expectReleaseStall(const ScenarioLog& log, const Analysis& a) {
-    const std::string id = log.last(R"(TalvexSimulator: layer (\d+) is stalled)")[1];
+// The frame lines of layer `id` in the frame record dumps from line `from` on, each with whether
+// it is listed as synced.
+std::vector<std::pair<std::string, bool>> frameLines(const SimulatorRun& run, const std::string& id,
+                                                     int from = 0) {
+    std::vector<std::pair<std::string, bool>> frames;
+    bool inLayer = false, inSynced = false;
+    for (int i = std::max(from, 0); i < static_cast<int>(run.lines.size()); ++i) {
+        const std::string& line = run.lines[i];
+        if (line.find(") LayerId:") != std::string::npos) {
+            inLayer = line.find(") LayerId:" + id + " ") != std::string::npos;
+            inSynced = false;
+        } else if (line.find("---Dump All Frame Record END---") != std::string::npos) {
+            inLayer = false;
+        } else if (line.find("  Synced Frame Event Record:") != std::string::npos) {
+            inSynced = true;
+        } else if (line.find("  Normal Frame Event Record:") != std::string::npos) {
+            inSynced = false;
+        } else if (inLayer && line.find("   FrameNumber:") != std::string::npos) {
+            frames.emplace_back(line, inSynced);
+        }
+    }
+    return frames;
+}
+
+uint64_t frameNumberOf(const std::string& line) {
+    return std::stoull(line.substr(line.find("FrameNumber:") + 12));
+}
+
+void expectReleaseStall(const SimulatorRun& run, const Analysis& a) {
+    const std::string id = run.last(R"(TalvexSimulator: layer (\d+) is stalled)")[1];
     ASSERT_FALSE(id.empty()) << "the run never stalled";
     const uint64_t firstHeld = std::stoull(
-        log.last("stops releasing layer " + id + R"('s buffers \(frame (\d+) and on\))")[1]);
-    const std::string queue =
-        log.last("TalvexSimulator: layer " + id + R"( \(.*\) draws through (\S+) at)")[1];
+        run.last("stops releasing layer " + id + R"('s buffers \(frame (\d+) and on\))")[1]);
+    const std::string queue = run.last("layer " + id + R"( \(.*\) draws through (\S+) at)")[1];
+    const std::string surface = surfaceOf(run, id);
 
-    const std::string label = "layer " + id + " \"" + surfaceOf(log, id) + "\"";
+    // The core dump after the timeout: no slot free, every buffer with the compositor or queued
+    // behind it.
+    const int coreStart = run.find("---dumpBbqStateDirectly:", run.find("dequeueBuffer timed out"));
+    ASSERT_GE(coreStart, 0);
+    EXPECT_THAT(run.lines[coreStart],
+                HasSubstr("E TalvexBufferQueueHelper: [" + queue + "(BLAST Consumer)"));
+    const int coreEnd = run.find("dumpBbqStateDirectly end---", coreStart);
+    ASSERT_GT(coreEnd, coreStart);
+    std::multiset<std::string> states;
+    for (int i = coreStart; i < coreEnd; ++i) {
+        std::smatch state;
+        if (std::regex_search(run.lines[i], state, std::regex(R"(state=(\w+))"))) {
+            states.insert(state[1]);
+        }
+    }
+    EXPECT_LE(1u, states.count("ACQUIRED"));
+    EXPECT_THAT(states, Each(AnyOf("ACQUIRED", "QUEUED", "DEQUEUED")));
+    EXPECT_GE(run.find("D TalvexBufferQueueHelper: [" + queue + "](f:", coreEnd), 0);
+
+    // Frames the compositor holds never got their buffer back; older ones did.
+    bool sawReleasedBeforeStall = false;
+    for (const auto& [line, synced] : frameLines(run, id)) {
+        const bool released = line.find("releaseBufferCallback(") != std::string::npos;
+        if (frameNumberOf(line) >= firstHeld) EXPECT_FALSE(released) << line;
+        if (frameNumberOf(line) + 1 < firstHeld) sawReleasedBeforeStall |= released;
+    }
+    EXPECT_TRUE(sawReleasedBeforeStall);
+
+    // The compositor is asked about that layer, and the run ends there.
+    const int request = run.find(
+        "I SurfaceFlinger: stand-in: code 1025 (one-way), command 3: "
+        "asked about layer#" +
+            id + " (" + surface + ")",
+        coreEnd);
+    EXPECT_GT(request, coreEnd);
+    EXPECT_GT(run.find("is stalled", request), request);
+
+    const std::string label = "layer " + id + " \"" + surface + "\"";
     const Finding* it = findingFor(a, "stuck-frames", label);
     ASSERT_NE(nullptr, it) << "no stuck-frames finding for " << label;
     // Nothing before the hold is stuck; the newest frames queue behind the held buffers and
@@ -94,7 +116,6 @@ void expectReleaseStall(const ScenarioLog& log, const Analysis& a) {
     EXPECT_THAT(it->frames, Each(Ge(firstHeld)));
     EXPECT_THAT(it->summary, HasSubstr("frame " + std::to_string(it->frames.back()) +
                                        " stuck after onFrameAvailable for "));
-
     // The stalled queue ran dry (a slow sanitizer run may starve the other one too).
     std::vector<std::string> starved;
     for (const Finding& f : a.findings) {
@@ -103,50 +124,39 @@ void expectReleaseStall(const ScenarioLog& log, const Analysis& a) {
     EXPECT_THAT(starved, Contains(StartsWith(queue + "(BLAST Consumer)")));
 }
 
-void expectCallbackLost(const ScenarioLog& log, const Analysis& a) {
-    const std::string id = log.last(R"(never deliver the completion of layer (\d+)'s)")[1];
+void expectCallbackLost(const SimulatorRun& run, const Analysis& a) {
+    const std::string id = run.last(R"(never deliver the completion of layer (\d+)'s)")[1];
     ASSERT_FALSE(id.empty());
-    // The lost callback is the one the first dump lists and the second still does.
-    const size_t second = log.text.find("TalvexSimulator: second dump");
-    ASSERT_NE(std::string::npos, second);
-    const std::regex pending(R"(CallbackId: \((\d+),complete,)");
-    std::string lostId;
-    uint64_t lostLine = 0;
-    for (auto m = std::sregex_iterator(log.text.begin() + static_cast<long>(second), log.text.end(),
-                                       pending);
-         m != std::sregex_iterator(); ++m) {
-        if (log.text.rfind("CallbackId: (" + (*m)[1].str() + ",", second) == std::string::npos)
-            continue;
-        lostId = (*m)[1];
-        lostLine = log.lineAt(second + static_cast<size_t>(m->position()));
+    // The dumps asked for; a slow run may add others when frames pile up. Only the lost callback
+    // outlives a frame, and it grows older.
+    const auto first = test::pendingCallbacks(run, run.find("TalvexSimulator: first dump"));
+    const auto second = test::pendingCallbacks(run, run.find("TalvexSimulator: second dump"));
+    std::vector<std::string> inBoth;
+    for (const auto& [callback, pending] : second) {
+        if (first.count(callback) != 0) inBoth.push_back(callback);
     }
-    ASSERT_FALSE(lostId.empty()) << "no callback pending in both dumps";
+    ASSERT_EQ(1u, inBoth.size());
+    const std::string& lost = inBoth[0];
+    EXPECT_GT(second.at(lost).ageUs, first.at(lost).ageUs + 100000);
 
-    const Finding* it = findingFor(a, "old-callbacks", surfaceOf(log, id));
+    const Finding* it = findingFor(a, "old-callbacks", surfaceOf(run, id));
     ASSERT_NE(nullptr, it) << "no old-callbacks finding for layer " << id;
-    EXPECT_THAT(it->summary, HasSubstr("callback " + lostId + " (complete) pending for "));
-    EXPECT_THAT(it->evidence, Contains(lostLine));
+    EXPECT_THAT(it->summary, HasSubstr("callback " + lost + " (complete) pending for "));
+    EXPECT_THAT(it->evidence, Contains(static_cast<uint64_t>(second.at(lost).line + 1)));
 }
 
-void expectSync(const ScenarioLog& log, const Analysis& a) {
-    const std::string id = log.last(R"(a sync of layer (\d+)'s next frame)")[1];
+void expectSync(const SimulatorRun& run, const Analysis& a) {
+    const std::string id = run.last(R"(a sync of layer (\d+)'s next frame)")[1];
     ASSERT_FALSE(id.empty());
-    // The synced section of that layer in the last frame record, as the log lists it.
+    // The synced frames of that layer in the last frame record, as the log lists them.
+    int lastRecord = -1;
+    for (int at = 0; (at = run.find(") LayerId:" + id + " ", at)) >= 0; ++at) lastRecord = at;
     std::vector<uint64_t> listed;
-    bool inLayer = false, inSynced = false;
-    std::istringstream lines(log.text);
-    for (std::string line; std::getline(lines, line);) {
-        if (line.find(") LayerId:") != std::string::npos) {
-            inLayer = line.find(") LayerId:" + id + " ") != std::string::npos;
-            inSynced = false;
-        } else if (inLayer && line.find("  Synced Frame Event Record:") != std::string::npos) {
-            listed.clear();
-            inSynced = true;
-        } else if (line.find("  Normal Frame Event Record:") != std::string::npos) {
-            inSynced = false;
-        } else if (inSynced && line.find("   FrameNumber:") != std::string::npos) {
-            listed.push_back(std::stoull(line.substr(line.find("FrameNumber:") + 12)));
-        }
+    for (const auto& [line, synced] : frameLines(run, id, lastRecord)) {
+        if (!synced) continue;
+        EXPECT_THAT(line, HasSubstr(" syncNextTransaction("));
+        EXPECT_THAT(line, HasSubstr(" StartStatus: sync:1 "));
+        listed.push_back(frameNumberOf(line));
     }
     ASSERT_FALSE(listed.empty()) << "the log lists no synced frame for layer " << id;
 
@@ -164,24 +174,26 @@ void expectSync(const ScenarioLog& log, const Analysis& a) {
 
 struct StoryCase {
     const char* scenario;
-    void (*expect)(const ScenarioLog&, const Analysis&);
+    void (*expect)(const SimulatorRun&, const Analysis&);
 };
 
 void PrintTo(const StoryCase& c, std::ostream* out) {
     *out << c.scenario;
 }
 
-class ExplainSimulatorLog : public testing::TestWithParam<StoryCase> {};
+class SimulatorStory : public testing::TestWithParam<StoryCase> {};
 
-TEST_P(ExplainSimulatorLog, FindsWhatTheStoryPlayed) {
-    const ScenarioLog log = runScenario(GetParam().scenario);
-    ASSERT_EQ(0, log.exitCode);
-    ASSERT_NE(std::string::npos, log.text.find("createTalvexBufferQueueHelperFactory success"))
-        << "the library answered with the helper's fallback";
-    GetParam().expect(log, explainText(log.text));
+TEST_P(SimulatorStory, DumpsAndFindingsShowWhatItPlayed) {
+    const SimulatorRun run =
+        test::runSimulator(std::string("--seconds=1 --seed=3 --scenario=") + GetParam().scenario);
+    test::expectCleanRun(run, GetParam().scenario);
+    ASSERT_TRUE(run.helperAnswered()) << "the library answered with the helper's fallback";
+    // Line numbers count the screen's lines; the file must be where they start.
+    ASSERT_EQ(0u, run.stdoutText.find(run.outText));
+    GetParam().expect(run, explainText(run.outText));
 }
 
-INSTANTIATE_TEST_SUITE_P(Stories, ExplainSimulatorLog,
+INSTANTIATE_TEST_SUITE_P(Stories, SimulatorStory,
                          testing::Values(StoryCase{"release-stall", expectReleaseStall},
                                          StoryCase{"callback-lost", expectCallbackLost},
                                          StoryCase{"sync", expectSync}),
