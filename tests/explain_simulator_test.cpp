@@ -93,7 +93,9 @@ void expectReleaseStall(const SimulatorRun& run, const Analysis& a) {
     bool sawReleasedBeforeStall = false;
     for (const auto& [line, synced] : frameLines(run, id)) {
         const bool released = line.find("releaseBufferCallback(") != std::string::npos;
-        if (frameNumberOf(line) >= firstHeld) EXPECT_FALSE(released) << line;
+        if (frameNumberOf(line) >= firstHeld) {
+            EXPECT_FALSE(released) << line;
+        }
         if (frameNumberOf(line) + 1 < firstHeld) sawReleasedBeforeStall |= released;
     }
     EXPECT_TRUE(sawReleasedBeforeStall);
