@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "support/frame_record_fixture.h"
-#include "support/own_process.h"
 
 namespace talvex::test {
 namespace {
@@ -131,20 +130,6 @@ TEST_F(CompositorLayerCallMissing, MissingCompositorIsLoggedAndLookedUpAgainOnEv
     const auto received = compositor->transactions();
     ASSERT_EQ(1u, received.size());
     EXPECT_EQ("layer#3", received[0].layerRequest->layerName);
-}
-
-TEST(CompositorLayerCallOwnProcess, MissingServiceManagerIsLoggedOnEveryCall) {
-    EXPECT_IN_OWN_PROCESS({
-        android::setDefaultServiceManager(nullptr);  // the process's first binder call
-        ScopedProperty property("ro.build.type", "userdebug");
-        LogCapture logs;
-        android::TalvexFrameRecord record;
-        logs.clear();
-        record.callSurfaceFlingerByLayer(nullptr, 1);
-        record.callSurfaceFlingerByLayer(nullptr, 2);
-        const LogLine missing = errorLine("Talvex-Graphics:get defaultServiceManager failed");
-        EXPECT_THAT(logs.lines(), ElementsAre(missing, missing));
-    });
 }
 
 }  // namespace

@@ -97,7 +97,7 @@ std::vector<std::string> roadMarkers(const LogCapture& logs) {
     return markers;
 }
 
-enum class Platform { kNoServiceManager, kNoCompositor, kFailingCompositor, kLateCompositor };
+enum class Platform { kNoServiceManager, kNoCompositor, kFailingCompositor };
 
 struct FaultCase {
     const char* name;
@@ -128,9 +128,6 @@ TEST_P(DumpRoadFault, EachArmedTriggerDumpsWholeAndOnlyTheCompositorStepFails) {
         LogCapture logs;
         road.armedTrigger();
         ASSERT_TRUE(road.drained());
-        if (c.platform == Platform::kLateCompositor) {
-            ASSERT_EQ(android::NO_ERROR, HostCompositor::registerAsSurfaceFlinger(compositor));
-        }
         road.armedTrigger();
         ASSERT_TRUE(road.drained());
 
@@ -147,9 +144,7 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         FaultCase{"NoServiceManager", Platform::kNoServiceManager, kNoManager, kNoManager, 0},
         FaultCase{"NoCompositor", Platform::kNoCompositor, kNoCompositor, kNoCompositor, 0},
-        FaultCase{"CompositorAnswersWithAnError", Platform::kFailingCompositor, kNamed, kNamed, 2},
-        FaultCase{"CompositorRegisteredAfterTheFirstDump", Platform::kLateCompositor, kNoCompositor,
-                  kNamed, 1}),
+        FaultCase{"CompositorAnswersWithAnError", Platform::kFailingCompositor, kNamed, kNamed, 2}),
     [](const ::testing::TestParamInfo<FaultCase>& info) { return info.param.name; });
 
 // What holds the dumper thread up while libgui asks for more dumps.

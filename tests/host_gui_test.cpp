@@ -7,8 +7,6 @@
 #include <gtest/gtest.h>
 #include <gui/HostCompositor.h>
 
-#include <list>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -108,23 +106,6 @@ INSTANTIATE_TEST_SUITE_P(
                  "DEQUEUED DEQUEUED DEQUEUED FREE | active 0 1 2 | free buffers | free slots 3 "}),
     [](const auto& info) { return std::string(info.param.name); });
 
-TEST(HostObjects, CoreWithBuffersReachesEachStateThroughTheTransitions) {
-    sp<BufferQueueCore> core =
-        makeCoreWithBuffers({HostBuffer::kQueued, HostBuffer::kAcquired, HostBuffer::kFree,
-                             HostBuffer::kDequeued, HostBuffer::kAcquired});
-    const auto snap = core->hostSnapshot();
-    std::string slots;  // "<state>/<frame number> " of slots 0 to 4
-    for (int slot = 0; slot < 5; ++slot) {
-        slots += snap.slots[slot].mBufferState.string() +
-                 ("/" + std::to_string(snap.slots[slot].mFrameNumber) + " ");
-    }
-    EXPECT_EQ("QUEUED/3 ACQUIRED/1 FREE/0 DEQUEUED/0 ACQUIRED/2 ", slots);
-    EXPECT_EQ((std::set<int>{0, 1, 3, 4}), snap.activeBuffers);
-    EXPECT_EQ((std::list<int>{2}), snap.freeBuffers);
-    EXPECT_EQ(1u, snap.queue.size());
-    EXPECT_TRUE(core->hostCheckSlotInvariant());
-}
-
 class HostBlastFrame : public ::testing::Test {
 protected:
     void SetUp() override { mListener->hostClear(); }
@@ -135,39 +116,11 @@ protected:
     sp<android::BLASTBufferQueue> mBbq = makeBlastBufferQueue("flow", mSurface, 16, 16);
 };
 
-TEST_F(HostBlastFrame, IsSubmittedThenCompletedThenReleasedWithItsCallbacksKept) {
+// The names the BLAST dump prints, as AOSP builds them.
+TEST_F(HostBlastFrame, IsNamedAsLibguiNamesIt) {
     const std::string id = std::to_string(mBbq->hostProducerId());
     EXPECT_EQ("flow#" + id, mBbq->hostName());
     EXPECT_EQ("QueuedBuffer - flow#" + id + "BLAST#" + id, mBbq->hostQueuedBufferTrace());
-    EXPECT_EQ((std::vector<std::pair<uint32_t, uint32_t>>{{16, 16}}),
-              mBbq->hostBufferItemConsumer()->hostDefaultBufferSizeCalls());
-
-    ASSERT_EQ(1u, mBbq->hostQueueNewFrame());
-    auto snap = mBbq->hostSnapshot();
-    EXPECT_EQ(1, snap.numAcquired);
-    EXPECT_EQ(1u, snap.submittedCount);
-    EXPECT_EQ(1u, snap.lastAcquiredFrameNumber);
-    EXPECT_EQ(1u, snap.lastAppliedFrameNumber);
-    EXPECT_TRUE(snap.appliedLastTransaction);
-    EXPECT_EQ(1u, snap.surfaceControlsWithPendingCallbackCount);
-    EXPECT_EQ(1u, mListener->hostReleaseCallbackCount());
-    const std::vector<android::CallbackId> ids = mListener->hostCallbackIds();
-    ASSERT_EQ(1u, ids.size());
-
-    EXPECT_TRUE(mListener->hostCompleteCallback(ids[0], 0, Fence::NO_FENCE, {}));
-    EXPECT_EQ(0u, mBbq->hostSnapshot().surfaceControlsWithPendingCallbackCount);
-    EXPECT_EQ(0u, mListener->hostCallbackCount());
-
-    const auto core = mBbq->hostCore()->hostSnapshot();
-    const int slot = *core.activeBuffers.begin();
-    mListener->onReleaseBuffer(ReleaseCallbackId(core.slots[slot].mGraphicBuffer->getId(), 1),
-                               Fence::NO_FENCE, 1);
-    snap = mBbq->hostSnapshot();
-    EXPECT_EQ(0, snap.numAcquired);
-    EXPECT_EQ(0u, snap.submittedCount);
-    EXPECT_EQ(0u, mListener->hostReleaseCallbackCount());
-    EXPECT_EQ((std::list<int>{slot}), mBbq->hostCore()->hostSnapshot().freeBuffers);
-    EXPECT_TRUE(mBbq->hostCore()->hostCheckSlotInvariant());
 }
 
 TEST_F(HostBlastFrame, SyncAndHeldTransactionsAreKeptUntilTheirFrame) {
@@ -187,13 +140,6 @@ TEST_F(HostBlastFrame, SyncAndHeldTransactionsAreKeptUntilTheirFrame) {
     EXPECT_EQ(1u, snap.pendingTransactionCount);
     ASSERT_EQ(2u, mBbq->hostQueueNewFrame());
     EXPECT_EQ(0u, mBbq->hostSnapshot().pendingTransactionCount);
-}
-
-TEST(HostReleaseCallbackId, PrintsAsTheDumpsShowIt) {
-    EXPECT_EQ("INVALID_ID", ReleaseCallbackId::INVALID_ID.to_string());
-    EXPECT_EQ("INVALID_ID", ReleaseCallbackId(0, 0).to_string());
-    EXPECT_EQ("bufferId:5 framenumber:7", ReleaseCallbackId(5, 7).to_string());
-    EXPECT_EQ("bufferId:0 framenumber:1", ReleaseCallbackId(0, 1).to_string());
 }
 
 TEST(HostCompositor, ReadsOnlyRequestsUnderItsInterfaceToken) {

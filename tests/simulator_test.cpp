@@ -50,14 +50,6 @@ INSTANTIATE_TEST_SUITE_P(
                     ScenarioCase{"churn", {"draws through", "destroyed", "draws through"}}),
     [](const testing::TestParamInfo<ScenarioCase>& info) { return info.param.scenario; });
 
-TEST(Simulator, OutFileHoldsTheSameLogAsTheScreen) {
-    const SimulatorRun run = runSimulator("--seconds=0.5 --scenario=healthy");
-    expectCleanRun(run, "healthy");
-    EXPECT_THAT(run.outText, HasSubstr("I TalvexSimulator: scenario healthy over\n"));
-    // The screen goes on with the unload's lines; the file ends with the run.
-    EXPECT_EQ(0u, run.stdoutText.find(run.outText));
-}
-
 TEST(Simulator, BadOptionIsRefusedBeforeAnythingRuns) {
     const SimulatorRun run = runSimulator("--layers=99");
     EXPECT_EQ(2, run.exitCode);
