@@ -30,6 +30,8 @@
 #include <string>
 #include <vector>
 
+#include "timing_reporter.h"
+
 namespace {
 
 using android::BLASTBufferQueue;
@@ -211,19 +213,8 @@ void BM_CoreMutexHold(benchmark::State& state) {
 }
 BENCHMARK(BM_CoreMutexHold)->UseManualTime()->Unit(benchmark::kMicrosecond);
 
-// Shows the table as usual and keeps each benchmark's time per iteration, in ns.
-class RatioReporter : public benchmark::ConsoleReporter {
+class RatioReporter : public talvex::bench::TimingReporter {
 public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.error_occurred) continue;
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median") continue;
-            mNanos[run.run_name.str()] =
-                run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
     void printRatios() const {
         const double a = get("BM_FullDump");
         const double b = get("BM_FullDumpFloor");
@@ -242,14 +233,6 @@ public:
             std::printf("  (c) core mutex held by dumpBQAllFrameState  %.1f us\n", c / 1000);
         }
     }
-
-private:
-    double get(const std::string& name) const {
-        auto it = mNanos.find(name);
-        return it == mNanos.end() ? 0 : it->second;
-    }
-
-    std::map<std::string, double> mNanos;
 };
 
 }  // namespace

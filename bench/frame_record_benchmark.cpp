@@ -26,6 +26,7 @@
 
 #include "frame_record/TalvexFrameRecord.h"
 #include "frame_record/time_string.h"
+#include "timing_reporter.h"
 
 namespace {
 
@@ -211,19 +212,8 @@ void BM_AppendTimeString(benchmark::State& state) {
 }
 BENCHMARK(BM_AppendTimeString);
 
-// Shows the table as usual and keeps each benchmark's real time per iteration, in ns.
-class RatioReporter : public benchmark::ConsoleReporter {
+class RatioReporter : public talvex::bench::TimingReporter {
 public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs) {
-            if (run.error_occurred) continue;
-            if (run.run_type == Run::RT_Aggregate && run.aggregate_name != "median") continue;
-            mNanos[run.run_name.str()] =
-                run.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(run.time_unit) * 1e9;
-        }
-        ConsoleReporter::ReportRuns(runs);
-    }
-
     void printRatios() const {
         const double a = get("BM_RecordEvent");
         const double b = get("BM_EventFloor");
@@ -257,14 +247,6 @@ public:
                         slow / fast, slow, fast);
         }
     }
-
-private:
-    double get(const std::string& name) const {
-        auto it = mNanos.find(name);
-        return it == mNanos.end() ? 0 : it->second;
-    }
-
-    std::map<std::string, double> mNanos;
 };
 
 }  // namespace
