@@ -73,6 +73,18 @@ void Compositor::forgetLayer(int32_t layerId) {
     }
     const uint64_t running = mBatches;
     mBatchDone.wait(lock, [&] { return !mRunning || !mInBatch || mBatches > running; });
+    lock.unlock();
+    // A transaction on a layer that is gone still completes, with no stats for the layer, as
+    // the compositor sends an empty transaction; the app's callbacks never wait forever on it.
+    const nsecs_t now = systemTime(SYSTEM_TIME_MONOTONIC);
+    sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
+    for (const auto& transaction : dropped) {
+        for (const CallbackId& id : transaction.hostCallbackIds()) {
+            if (id.type == CallbackId::Type::ON_COMPLETE) {
+                listener->hostCompleteCallback(id, now, android::Fence::NO_FENCE, {});
+            }
+        }
+    }
 }
 
 int Compositor::lostCompletions() {

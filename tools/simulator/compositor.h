@@ -34,9 +34,10 @@ public:
     uint64_t holdReleases(int32_t layerId);
     // The completion of `layerId`'s frame `frameNumber` is never delivered.
     void loseCompletion(int32_t layerId, uint64_t frameNumber);
-    // Forgets layer `layerId`, which is going away: drops what the compositor holds of it and
-    // returns once no vsync that may still touch it is running, so the layer's last reference
-    // goes on the caller's thread.
+    // Forgets layer `layerId`, which is going away: drops what the compositor holds of it,
+    // completes the callbacks of its transactions not yet composited, and returns once no vsync
+    // that may still touch it is running, so the layer's last reference goes on the caller's
+    // thread.
     void forgetLayer(int32_t layerId);
     // Returns how many completions were lost so far.
     int lostCompletions();

@@ -100,6 +100,10 @@ void playChurn(World& world) {
         world.removeLayer(world.random()() % layers.size());
         world.addLayer();
     }
+    // A gone layer's frames must not linger: the record should list the living layers only.
+    Layer& layer = pickLayer(world);
+    say("dump requested for layer %d: the record holds only the layers alive now", layer.layerId());
+    world.requestDump(layer);
 }
 
 const Scenario kScenarios[] = {
@@ -119,7 +123,10 @@ const Scenario kScenarios[] = {
      "a layer asks for 4096x2160 buffers while debug.graphics.unsupport4K is 1",
      {{"debug.graphics.unsupport4K", "1"}},
      playOversize},
-    {"churn", "layers come and go while frames flow", {}, playChurn},
+    {"churn",
+     "layers come and go while frames flow; the record keeps only the living ones",
+     {},
+     playChurn},
 };
 
 }  // namespace
