@@ -3,6 +3,7 @@
 #include <cinttypes>
 #include <map>
 #include <set>
+#include <tuple>
 
 #include "dump_parser.h"
 #include "explain.h"
@@ -37,8 +38,15 @@ std::map<Key, size_t> latestDumps(const std::vector<BlastDump>& dumps, KeyOf key
 }
 
 void producerStarved(Analysis& a) {
+    // A queue dumped again shows its slots as they are now: only its latest dump is judged.
+    std::map<std::tuple<int, uint64_t, std::string>, const CoreDump*> latest;
     for (const CoreDump& dump : a.coreDumps) {
-        if (dump.slots.empty()) continue;
+        latest[{dump.origin.pid, dump.uniqueId, dump.name}] = &dump;
+    }
+    for (const CoreDump& dump : a.coreDumps) {
+        if (dump.slots.empty() || latest[{dump.origin.pid, dump.uniqueId, dump.name}] != &dump) {
+            continue;
+        }
         std::map<std::string, int> held;
         Finding f = makeFinding("producer-starved", dump.origin.pid, dump.name);
         bool anyFree = false;
