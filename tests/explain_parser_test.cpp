@@ -142,8 +142,6 @@ TEST(DumpParser, RebuildsCoreSlotsBlastStateFrameRecordAndListener) {
     ASSERT_EQ(d.listener->releases.size(), 1u);
     EXPECT_EQ(d.listener->releases[0].id, (ReleaseId{false, 77, 6}));
 
-    EXPECT_EQ(a.limiters[0].width, 4096);
-    EXPECT_EQ(a.limiters[0].cappedWidth, 4000);
     EXPECT_EQ(a.compositorLines[0].layerId, 7);
     EXPECT_TRUE(a.triggers[0].enableCallback);
 }

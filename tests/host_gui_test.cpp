@@ -1,11 +1,8 @@
 // The host libgui models, as far as the library's dumps and the simulator rely on them: slot
-// bookkeeping through a buffer's transitions, the BLAST queue's and listener's bookkeeping
-// through a frame's life, and the compositor's reading of a request.
-#include <binder/Binder.h>
-#include <binder/Parcel.h>
+// bookkeeping through a buffer's transitions and the BLAST queue's bookkeeping through a frame's
+// life.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <gui/HostCompositor.h>
 
 #include <string>
 #include <vector>
@@ -140,24 +137,6 @@ TEST_F(HostBlastFrame, SyncAndHeldTransactionsAreKeptUntilTheirFrame) {
     EXPECT_EQ(1u, snap.pendingTransactionCount);
     ASSERT_EQ(2u, mBbq->hostQueueNewFrame());
     EXPECT_EQ(0u, mBbq->hostSnapshot().pendingTransactionCount);
-}
-
-TEST(HostCompositor, ReadsOnlyRequestsUnderItsInterfaceToken) {
-    sp<android::HostCompositor> compositor = new android::HostCompositor();
-    android::Parcel data;
-    data.writeInterfaceToken(android::String16("android.gui.ISurfaceComposer"));
-    data.writeInt32(3);
-    EXPECT_EQ(android::PERMISSION_DENIED, compositor->transact(1025, data, nullptr, 0));
-    android::Parcel other;
-    other.writeInt32(7);
-    EXPECT_EQ(android::UNKNOWN_TRANSACTION, compositor->transact(1, other, nullptr, 0));
-    const auto received = compositor->transactions();
-    ASSERT_EQ(2u, received.size());
-    ASSERT_TRUE(received[0].layerRequest.has_value());
-    EXPECT_FALSE(received[0].layerRequest->interfaceOk);
-    EXPECT_EQ(0, received[0].layerRequest->command);
-    EXPECT_FALSE(received[1].layerRequest.has_value());
-    EXPECT_EQ(4u, received[1].bytes.size());
 }
 
 }  // namespace
