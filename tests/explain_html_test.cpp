@@ -74,6 +74,8 @@ TEST(HtmlReport, RendersInHeadlessChromiumWithLayerRowsAndTheStuckFrame) {
     EXPECT_EQ(count(dom, std::regex("class=\"layer-row\" data-layer=")), 1u) << dom;
     EXPECT_EQ(count(dom, std::regex("<rect class=\"frame stuck\"")), 1u);
     EXPECT_THAT(dom, HasSubstr("frame 5 stuck after transactionCallback"));
+    EXPECT_THAT(dom, HasSubstr("frame 5 waiting after transactionCallback for 1500.0 ms until"));
+    EXPECT_EQ(count(dom, std::regex("<line class=\"dump\"")), 1u);
     EXPECT_EQ(count(dom, std::regex("<rect class=\"callback old\"")), 1u);
     EXPECT_THAT(dom, HasSubstr("<span class=\"kind\">stuck-frames</span>"));
 

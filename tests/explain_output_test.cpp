@@ -91,32 +91,24 @@ TEST(Trace, FollowsTheTraceEventFormatAndMarksTheStuckFrame) {
     EXPECT_EQ(traceViolation(trace), "");
 
     std::vector<std::string> names;
-    const json* stuck = nullptr;
+    const json *stuck = nullptr, *wait = nullptr;
     for (const json& e : trace["traceEvents"]) {
         if (e["ph"] == "M") names.push_back(e["args"]["name"]);
         if (e["ph"] == "X" && e["name"] == "frame 5") stuck = &e;
+        if (e["ph"] == "X" && e["name"] == "frame 5 waiting after transactionCallback") wait = &e;
     }
-    EXPECT_THAT(names,
-                ::testing::ElementsAre("app_process (pid 1234)", "layer 7 \"com.app/Main\""));
+    // Frame 5 waits up to the dump, past frame 6's start: frame 6 takes a second track.
+    EXPECT_THAT(names, ::testing::ElementsAre("app_process (pid 1234)", "layer 7 \"com.app/Main\"",
+                                              "layer 7 \"com.app/Main\" (2)"));
     ASSERT_NE(stuck, nullptr);
     EXPECT_EQ((*stuck)["cat"], "frame,stuck");
     EXPECT_EQ((*stuck)["ts"].get<double>(), 8'400'000.0);  // µs of the monotonic clock
     EXPECT_EQ((*stuck)["dur"].get<double>(), 100'000.0);
     EXPECT_EQ((*stuck)["args"]["stuck_after"], "transactionCallback");
-}
-
-TEST(Trace, OverlappingFramesOfOneLayerGoToSeparateTracks) {
-    // Frame 6 of the sample starts before frame 5's last event: two tracks, each nesting.
-    std::string text = test::renderSample("threadtime");
-    const std::string later = "startTime:9940000000";
-    text.replace(text.find(later), later.size(), "startTime:8450000000");
-    std::stringstream out;
-    writeTrace(explainText(text), out);
-    const json trace = json::parse(out.str());
-    EXPECT_EQ(traceViolation(trace), "");
-    size_t threads = 0;
-    for (const json& e : trace["traceEvents"]) threads += e["name"] == "thread_name";
-    EXPECT_EQ(threads, 2u);
+    ASSERT_NE(wait, nullptr);
+    EXPECT_EQ((*wait)["tid"], (*stuck)["tid"]);
+    EXPECT_EQ((*wait)["ts"].get<double>(), 8'500'000.0);
+    EXPECT_EQ((*wait)["dur"].get<double>(), 1'500'000.0);  // until the dump at 10 s
 }
 
 TEST(Json, CarriesItsVersionTheDumpsAndTheFindings) {

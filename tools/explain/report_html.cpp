@@ -51,9 +51,12 @@ h1{font-size:20px}h2{font-size:16px;margin:20px 0 6px}
 svg{background:#fafafa}
 rect.frame{fill:#8ab4f8;stroke:#3367d6;stroke-width:.5}
 rect.frame.stuck{fill:#f28b82;stroke:#c5221f;stroke-width:1.5}
+rect.wait{fill:#fce8e6;stroke:#c5221f;stroke-width:.5;stroke-dasharray:3 2}
+line.dump{stroke:#5f6368;stroke-width:1;stroke-dasharray:2 2}
 line.step{stroke:#202124;stroke-width:1}
 rect.callback{fill:#fdd663}rect.callback.old{fill:#f28b82;stroke:#c5221f}
-.finding{border-left:4px solid #c5221f;padding:4px 8px;margin:6px 0;background:#fce8e6}
+.finding{border-left:4px solid #c5221f;padding:4px 8px;margin:6px 0;background:#fce8e6;
+overflow-wrap:anywhere}
 .kind{font-weight:bold;font-family:monospace}.lines{color:#555;font-size:12px}
 .warning{color:#8a5300;font-size:12px}table{border-collapse:collapse;font-size:12px}
 td,th{padding:2px 6px;border-bottom:1px solid #eee;text-align:right}td:first-child{text-align:left}
@@ -79,6 +82,14 @@ void writeProcess(const TimelineProcess& p, std::ostream& out) {
                     << "\" height=\"" << kLaneHeight - 4 << "\"><title>frame " << f.frame->number
                     << (f.stuck ? " stuck after " + escape(f.lastStep) : "") << " (line "
                     << f.frame->line << ")</title></rect>";
+                if (f.waitUntil) {
+                    // The wait after its last step, up to the dump that still saw it.
+                    out << "<rect class=\"wait\" x=\"" << number(left + width) << "\" y=\"" << y
+                        << "\" width=\"" << number(std::max(x(f.waitUntil) - left - width, 0.0))
+                        << "\" height=\"" << kLaneHeight - 4 << "\"><title>frame "
+                        << f.frame->number << " waiting after " << escape(f.lastStep) << " for "
+                        << formatDuration(f.waitUntil - f.end) << " until the dump</title></rect>";
+                }
                 for (const FrameEvent& e : f.frame->events) {
                     const std::string ex = number(x(e.time));
                     out << "<line class=\"step\" x1=\"" << ex << "\" x2=\"" << ex << "\" y1=\"" << y
@@ -86,6 +97,11 @@ void writeProcess(const TimelineProcess& p, std::ostream& out) {
                         << frameTypeName(e.type) << "</title></line>";
                 }
             }
+        }
+        for (const auto& [time, line] : p.dumps) {
+            const std::string dx = number(x(time));
+            out << "<line class=\"dump\" x1=\"" << dx << "\" x2=\"" << dx << "\" y1=\"0\" y2=\""
+                << height << "\"><title>dump at line " << line << "</title></line>";
         }
         out << "</svg></div>\n";
     }
@@ -114,7 +130,8 @@ void writeHtml(const Analysis& a, const std::string& title, std::ostream& out) {
         << "</style></head>\n<body><main>\n<h1>Frames of " << escape(title) << "</h1>\n"
         << "<p>" << a.lines << " lines, " << a.coreDumps.size() << " core dumps, "
         << a.blastDumps.size()
-        << " BLAST dumps. Red frames are stuck; red callbacks are old.</p>\n";
+        << " BLAST dumps. Red frames are stuck, their wait up to the dump dashed; dotted lines "
+           "are dumps; red callbacks are old.</p>\n";
     const Timeline timeline = buildTimeline(a);
     for (const TimelineProcess& p : timeline.processes) writeProcess(p, out);
     if (!a.latencies.empty()) {

@@ -52,6 +52,18 @@ void writeTrace(const Analysis& a, std::ostream& out) {
                                       {"ts", micros(f.start)},
                                       {"dur", micros(f.end - f.start)},
                                       {"args", args}});
+                    if (f.waitUntil) {
+                        // Its wait after the last step, up to the dump that still saw it.
+                        events.push_back({{"ph", "X"},
+                                          {"name", "frame " + std::to_string(f.frame->number) +
+                                                       " waiting after " + f.lastStep},
+                                          {"cat", "frame,waiting"},
+                                          {"pid", pid},
+                                          {"tid", tid},
+                                          {"ts", micros(f.end)},
+                                          {"dur", micros(f.waitUntil - f.end)},
+                                          {"args", {{"frame", f.frame->number}}}});
+                    }
                     for (const FrameEvent& e : f.frame->events) {
                         events.push_back({{"ph", "i"},
                                           {"s", "t"},

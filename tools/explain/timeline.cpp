@@ -41,23 +41,28 @@ std::string layerLabel(const FrameRecordLayer& layer) {
 Timeline buildTimeline(const Analysis& a) {
     struct LayerFrames {
         const FrameRecordLayer* layer = nullptr;
-        std::map<uint64_t, const FrameRecordFrame*> frames;  // a later dump's view wins
+        // A later dump's view wins; each frame with the time of the dump that showed it.
+        std::map<uint64_t, std::pair<const FrameRecordFrame*, int64_t>> frames;
     };
     struct ProcessData {
         std::string program;
         std::map<int, LayerFrames> layers;
         const BlastDump* lastListener = nullptr;
+        std::vector<std::pair<int64_t, uint64_t>> dumps;
     };
     std::map<int, ProcessData> byPid;
     for (const BlastDump& dump : a.blastDumps) {
         ProcessData& p = byPid[dump.origin.pid];
         if (dump.listener) p.lastListener = &dump;
+        if (dump.dumpTime() > 0) p.dumps.emplace_back(dump.dumpTime(), dump.origin.firstLine);
         if (!dump.record) continue;
         p.program = dump.record->program;
         for (const FrameRecordLayer& layer : dump.record->layers) {
             LayerFrames& lf = p.layers[layer.id];
             lf.layer = &layer;
-            for (const FrameRecordFrame& frame : layer.frames) lf.frames[frame.number] = &frame;
+            for (const FrameRecordFrame& frame : layer.frames) {
+                lf.frames[frame.number] = {&frame, dump.dumpTime()};
+            }
         }
     }
     Timeline timeline;
@@ -69,7 +74,8 @@ Timeline buildTimeline(const Analysis& a) {
         for (const auto& [id, lf] : data.layers) {
             TimelineLayer layer{id, layerLabel(*lf.layer), {}};
             std::vector<TimelineFrame> frames;
-            for (const auto& [number, frame] : lf.frames) {
+            for (const auto& [number, seen] : lf.frames) {
+                const auto& [frame, dumpTime] = seen;
                 TimelineFrame f;
                 f.frame = frame;
                 f.start = frame->startTime;
@@ -82,16 +88,18 @@ Timeline buildTimeline(const Analysis& a) {
                 f.lastStep =
                     frame->events.empty() ? "start" : frameTypeName(frame->events.back().type);
                 f.stuck = findingNames(a, "stuck-frames", pid, layer.label, number);
+                if (f.stuck && dumpTime > f.end) f.waitUntil = dumpTime;
                 widen(process, f.start);
-                widen(process, f.end);
+                widen(process, f.extent());
                 frames.push_back(std::move(f));
             }
             std::sort(
                 frames.begin(), frames.end(),
                 [](const TimelineFrame& l, const TimelineFrame& r) { return l.start < r.start; });
             for (TimelineFrame& f : frames) {
-                auto lane = std::find_if(layer.lanes.begin(), layer.lanes.end(),
-                                         [&](const auto& l) { return l.back().end <= f.start; });
+                auto lane =
+                    std::find_if(layer.lanes.begin(), layer.lanes.end(),
+                                 [&](const auto& l) { return l.back().extent() <= f.start; });
                 if (lane == layer.lanes.end()) {
                     layer.lanes.emplace_back();
                     lane = layer.lanes.end() - 1;
@@ -109,6 +117,11 @@ Timeline buildTimeline(const Analysis& a) {
                 widen(process, cb.addTime);
                 widen(process, l.now);
             }
+        }
+        // Only the dumps within what is drawn: an earlier dump far back would squeeze the rest.
+        for (const auto& [time, line] : data.dumps) {
+            if (time >= process.begin && time <= process.end)
+                process.dumps.emplace_back(time, line);
         }
         timeline.processes.push_back(std::move(process));
     }

@@ -2,7 +2,10 @@
 // and the HTML page. Points into the Analysis it was built from.
 #pragma once
 
+#include <algorithm>
+#include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "dump_model.h"
@@ -13,7 +16,10 @@ struct TimelineFrame {
     const FrameRecordFrame* frame = nullptr;
     int64_t start = 0, end = 0;  // its start, its last event (monotonic ns)
     bool stuck = false;          // named by a stuck-frames finding
+    int64_t waitUntil = 0;       // a stuck frame: the dump that still saw it waiting, else 0
     std::string lastStep;
+    // Where the frame's place on its track ends: a stuck frame's wait is drawn too.
+    int64_t extent() const { return std::max(end, waitUntil); }
 };
 
 struct TimelineLayer {
@@ -34,7 +40,8 @@ struct TimelineProcess {
     std::string name;
     std::vector<TimelineLayer> layers;
     std::vector<TimelineCallback> callbacks;
-    int64_t begin = 0, end = 0;  // the span of everything above
+    std::vector<std::pair<int64_t, uint64_t>> dumps;  // each BLAST dump's time and first line
+    int64_t begin = 0, end = 0;                       // the span of everything above
 };
 
 struct Timeline {
