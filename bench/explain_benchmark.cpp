@@ -78,7 +78,8 @@ int main(int argc, char** argv) {
 
     const auto start = Clock::now();
     talvex::explain::DumpParser parser;
-    talvex::explain::LineReader reader([&](std::string_view line) { parser.addLine(line); });
+    talvex::explain::LineReader reader(
+        [&](std::string_view line, size_t dropped) { parser.addLine(line, dropped); });
     const auto read = talvex::explain::readInput(path, reader, nullptr);
     reader.finish();
     talvex::explain::Analysis analysis = parser.finish();

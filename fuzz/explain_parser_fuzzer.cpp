@@ -14,7 +14,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const char* text = reinterpret_cast<const char*>(data);
     const size_t split = size ? data[0] % (size + 1) : 0;
     DumpParser parser;
-    LineReader reader([&](std::string_view line) { parser.addLine(line); });
+    LineReader reader([&](std::string_view line, size_t dropped) { parser.addLine(line, dropped); });
     reader.add(text, split);
     reader.add(text + split, size - split);
     reader.finish();

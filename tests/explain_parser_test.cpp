@@ -265,6 +265,8 @@ TEST(DumpParser, BadInputNeverCrashesAndIsReported) {
          "core dump line of \"q\" without its start line; read from here"},
         {"bad limiter", "Not Support over 4k, change width:x->1 height:1->1\n",
          "unreadable buffer size limiter line"},
+        {"no line breaks", std::string(100000, 'x'),
+         "a line of 100000 bytes, far longer than any log entry: only its first 65536 are read"},
     };
     for (const Case& c : cases) {
         const Analysis a = explainText(c.text);
@@ -281,7 +283,7 @@ TEST(LineReader, ChunkBoundariesAnywhereGiveTheSameLines) {
         const std::string whole = test::renderSample("threadtime");
         for (size_t chunk : {1u, 2u, 3u, 7u, 4096u}) {
             std::string lines;
-            LineReader reader([&](std::string_view line) { (lines += line) += '\n'; });
+            LineReader reader([&](std::string_view line, size_t) { (lines += line) += '\n'; });
             for (size_t at = 0; at < text.size(); at += chunk) {
                 reader.add(text.data() + at, std::min(chunk, text.size() - at));
             }

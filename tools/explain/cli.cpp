@@ -90,7 +90,7 @@ int runExplain(int argc, const char* const* argv, std::ostream& out, std::ostrea
     }
 
     DumpParser parser;
-    LineReader reader([&](std::string_view line) { parser.addLine(line); });
+    LineReader reader([&](std::string_view line, size_t dropped) { parser.addLine(line, dropped); });
     ProgressLine progress(err, errIsTerminal);
     const ReadResult read = readInput(
         o.input, reader, [&](uint64_t done, uint64_t total) { progress.update(done, total); });

@@ -95,9 +95,14 @@ std::string blastKey(int pid, std::string_view name) {
 
 }  // namespace
 
-void DumpParser::addLine(std::string_view line) {
+void DumpParser::addLine(std::string_view line, size_t droppedBytes) {
     ++mLine;
-    mResult.bytes += line.size() + 1;
+    mResult.bytes += line.size() + droppedBytes + 1;
+    if (droppedBytes) {
+        warn(mLine, "a line of " + std::to_string(line.size() + droppedBytes) +
+                        " bytes, far longer than any log entry: only its first " +
+                        std::to_string(line.size()) + " are read");
+    }
     if (line.empty()) {
         mInLongEntry = false;  // a blank line ends a long-format entry
         return;

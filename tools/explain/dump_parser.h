@@ -21,8 +21,9 @@ public:
     DumpParser(const DumpParser&) = delete;
     DumpParser& operator=(const DumpParser&) = delete;
 
-    // Reads the next line (without its line break).
-    void addLine(std::string_view line);
+    // Reads the next line (without its line break); `droppedBytes` is how much of an overlong
+    // line the reader left out.
+    void addLine(std::string_view line, size_t droppedBytes = 0);
     // Ends the input: dumps still open are kept as read so far, each with a warning.
     Analysis finish();
 

@@ -252,7 +252,7 @@ void addFindings(Analysis& analysis, const Thresholds& thresholds) {
 
 Analysis explainText(std::string_view text, const Thresholds& thresholds) {
     DumpParser parser;
-    LineReader reader([&](std::string_view line) { parser.addLine(line); });
+    LineReader reader([&](std::string_view line, size_t dropped) { parser.addLine(line, dropped); });
     reader.add(text.data(), text.size());
     reader.finish();
     Analysis analysis = parser.finish();

@@ -1,5 +1,6 @@
 #include "line_reader.h"
 
+#include <algorithm>
 #include <cstring>
 
 namespace talvex::explain {
@@ -50,9 +51,16 @@ void LineReader::add(const char* data, size_t size) {
     }
 }
 
-void LineReader::emit(std::string_view line) {
-    if (!line.empty() && line.back() == '\r') line.remove_suffix(1);
-    mSink(line);
+void LineReader::emit(std::string_view line, size_t droppedBytes) {
+    if (droppedBytes == 0 && !line.empty() && line.back() == '\r') line.remove_suffix(1);
+    mSink(line, droppedBytes);
+}
+
+void LineReader::appendPartial(const char* begin, const char* end) {
+    const size_t size = static_cast<size_t>(end - begin);
+    const size_t kept = std::min(size, kMaxLineBytes - mPartial.size());
+    mPartial.append(begin, kept);
+    mDropped += size - kept;
 }
 
 void LineReader::addUtf8(const char* data, size_t size) {
@@ -60,15 +68,18 @@ void LineReader::addUtf8(const char* data, size_t size) {
     while (data < end) {
         const char* newline = static_cast<const char*>(memchr(data, '\n', end - data));
         if (!newline) {
-            mPartial.append(data, end);
+            appendPartial(data, end);
             return;
         }
-        if (mPartial.empty()) {
-            emit(std::string_view(data, newline - data));
+        if (mPartial.empty() && mDropped == 0) {
+            const size_t length = static_cast<size_t>(newline - data);
+            const size_t kept = std::min(length, kMaxLineBytes);
+            emit(std::string_view(data, kept), length - kept);
         } else {
-            mPartial.append(data, newline);
-            emit(mPartial);
+            appendPartial(data, newline);
+            emit(mPartial, mDropped);
             mPartial.clear();
+            mDropped = 0;
         }
         data = newline + 1;
     }
@@ -127,8 +138,9 @@ void LineReader::finish() {
         addUtf8(mDecoded.data(), mDecoded.size());
     }
     if (!mPartial.empty()) {
-        emit(mPartial);
+        emit(mPartial, mDropped);
         mPartial.clear();
+        mDropped = 0;
     }
 }
 

@@ -1,5 +1,6 @@
 // Turns the bytes of a log, in chunks of any size, into lines: UTF-8 (with or without a BOM) or
-// UTF-16LE with a BOM (as Windows tools save text), LF or CRLF line ends.
+// UTF-16LE with a BOM (as Windows tools save text), LF or CRLF line ends. A line keeps at most
+// `kMaxLineBytes`: binary junk without line breaks must not fill memory.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +12,10 @@ namespace talvex::explain {
 
 class LineReader {
 public:
-    using Sink = std::function<void(std::string_view line)>;
+    // Far above any logcat entry (a few kilobytes), so only junk is ever cut.
+    static constexpr size_t kMaxLineBytes = 64 * 1024;
+    // Gets each line, and how many bytes past `kMaxLineBytes` were dropped from it.
+    using Sink = std::function<void(std::string_view line, size_t droppedBytes)>;
     explicit LineReader(Sink sink) : mSink(std::move(sink)) {}
     LineReader(const LineReader&) = delete;
     LineReader& operator=(const LineReader&) = delete;
@@ -27,12 +31,15 @@ private:
     enum class Encoding { kUnknown, kUtf8, kUtf16le };
     void addUtf8(const char* data, size_t size);
     void addUtf16(const char* data, size_t size);
-    void emit(std::string_view line);
+    void emit(std::string_view line, size_t droppedBytes);
+    // Adds [begin, end) to the line in progress, up to `kMaxLineBytes`.
+    void appendPartial(const char* begin, const char* end);
 
     Sink mSink;
     Encoding mEncoding = Encoding::kUnknown;
     std::string mHead;     // the first bytes, until the encoding is known
     std::string mPartial;  // the start of a line whose end has not arrived
+    size_t mDropped = 0;   // bytes of that line past `kMaxLineBytes`
     std::string mDecoded;  // UTF-16 input decoded to UTF-8
     std::string mOddByte;  // half a UTF-16 unit left from the last chunk
     char16_t mHighSurrogate = 0;
