@@ -166,6 +166,7 @@ TEST_F(Cli, ExitCodesSayFindingsNoneUnreadableOrUsage) {
                           Case{{mDir.string()}, kExitUnreadable, "it is a directory"},
                           Case{{}, kExitUsage, "input is required"},
                           Case{{stalled, "--stuck-ms", "-3"}, kExitUsage, "--stuck-ms"},
+                          Case{{stalled, "--callback-ms", "nan"}, kExitUsage, "--callback-ms wants"},
                           Case{{stalled, "--json", (mDir / "no/such/dir.json").string()},
                                kExitUsage,
                                "cannot write the JSON"}}) {

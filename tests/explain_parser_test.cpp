@@ -2,6 +2,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "explain.h"
 #include "explain_sample_log.h"
 #include "line_reader.h"
@@ -210,13 +212,20 @@ TEST(DumpParser, TruncatedDumpsKeepWhatWasReadAndSayWhereTheyStart) {
         std::string cutAfter;
         std::string warning;
         size_t framesKept;
+        // No claim rests on what was cut away: no starved producer from a core dump without its
+        // free slots, no unreleased buffer without the release list.
+        std::vector<std::string> findings;
     };
     const uint64_t blastStart = test::sampleLineOf("Start, nowTime");
     const uint64_t coreStart = test::sampleLineOf("---dumpBbqStateDirectly:");
-    for (const Case& c :
-         {Case{"FrameNumber:4 ", "BLAST dump", 2}, Case{"CallbackId: (42,", "BLAST dump", 4},
-          Case{"state=QUEUED", "core dump", 0}}) {
+    for (const Case& c : {Case{"FrameNumber:4 ", "BLAST dump", 2, {kSampleFindings[0]}},
+                          Case{"CallbackId: (42,",
+                               "BLAST dump",
+                               4,
+                               {kSampleFindings[0], kSampleFindings[1], kSampleFindings[2]}},
+                          Case{"state=QUEUED", "core dump", 0, {}}}) {
         const Analysis a = explainText(sampleCutAfter(c.cutAfter));
+        EXPECT_EQ(findingKeys(a), c.findings) << c.cutAfter;
         ASSERT_FALSE(a.warnings.empty()) << c.cutAfter;
         const Warning& w = a.warnings.back();
         EXPECT_EQ(w.line, c.warning == "core dump" ? coreStart : blastStart);
@@ -231,6 +240,18 @@ TEST(DumpParser, TruncatedDumpsKeepWhatWasReadAndSayWhereTheyStart) {
             ASSERT_EQ(a.coreDumps.size(), 1u);
             EXPECT_EQ(a.coreDumps[0].slots.size(), 2u);
         }
+    }
+}
+
+TEST(DumpParser, EditedCopiesOfALogKeepItsFindings) {
+    const std::string text = test::renderSample("threadtime");
+    // Line ends trimmed, as editors and bug trackers do.
+    const std::string trimmed = std::regex_replace(text, std::regex(" +\n"), "\n");
+    // A later dump of the same queue cut short must not hide what the whole one showed.
+    const size_t from = text.rfind('\n', text.find("Start, nowTime")) + 1;
+    const std::string recut = text + sampleCutAfter("FrameNumber:4 ").substr(from);
+    for (const std::string& edited : {trimmed, recut}) {
+        EXPECT_EQ(findingKeys(explainText(edited)), kSampleFindings);
     }
 }
 

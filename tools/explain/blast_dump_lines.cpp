@@ -110,7 +110,7 @@ bool blastStateLine(BlastState& b, BlastCursor& cursor, TextCursor& c, uint64_t 
     return false;
 }
 
-// "name(index/time/age) " repeated.
+// "name(index/time/age) " repeated; the events before a broken one are kept.
 bool parseEvents(std::string_view text, std::vector<FrameEvent>* events) {
     while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
     TextCursor c(text);
@@ -137,17 +137,22 @@ bool frameLine(FrameRecordLayer& layer, const BlastCursor& cursor, TextCursor& c
     FrameRecordFrame frame;
     frame.synced = cursor.syncedSection;
     frame.line = line;
-    std::string_view events;
-    if (!(c.number(&frame.number) && c.lit(" Events: ") &&
-          c.untilLast(" StartStatus: sync:", &events) && c.flag(&frame.sync) && c.lit(" wait:") &&
-          c.flag(&frame.wait) && c.lit(" numAvailable:") && c.number(&frame.numAvailable) &&
-          c.lit(" numAcquired:") && c.number(&frame.numAcquired) && c.lit(" startTime:") &&
-          c.number(&frame.startTime) && c.atEnd())) {
-        return false;
+    if (!(c.number(&frame.number) && c.lit(" Events: "))) return false;
+    // A line cut short (the log's line limit) keeps the frame and the events read, marked cut:
+    // its later steps are unknown.
+    std::string_view events = c.rest();
+    const bool whole =
+        c.untilLast(" StartStatus: sync:", &events) && c.flag(&frame.sync) && c.lit(" wait:") &&
+        c.flag(&frame.wait) && c.lit(" numAvailable:") && c.number(&frame.numAvailable) &&
+        c.lit(" numAcquired:") && c.number(&frame.numAcquired) && c.lit(" startTime:") &&
+        c.number(&frame.startTime) && c.atEnd() && parseEvents(events, &frame.events);
+    if (!whole) {
+        frame.events.clear();
+        parseEvents(events, &frame.events);
+        frame.cut = true;
     }
-    if (!parseEvents(events, &frame.events)) return false;
     layer.frames.push_back(std::move(frame));
-    return true;
+    return whole;
 }
 
 bool frameRecordLine(FrameRecord& r, BlastCursor& cursor, TextCursor& c, uint64_t line) {
@@ -202,35 +207,40 @@ bool callbackLine(ListenerState& l, TextCursor& c, uint64_t line) {
         return false;
     }
     cb.onComplete = kind == "complete";
+    // Once its id, kind and time are read the callback is kept, even if its surfaces are cut
+    // short: its age is what matters.
     std::string_view rest = c.rest();
-    while (!rest.empty()) {
+    bool whole = true;
+    while (!rest.empty() && whole) {
         TextCursor item(rest);
         std::string_view handle, sc;
-        if (!(item.lit(" [handle:") && item.until(",sc:", &handle) && item.until(",name:", &sc))) {
-            return false;
-        }
+        whole = item.lit(" [handle:") && item.until(",sc:", &handle) && item.until(",name:", &sc);
         // A name runs to the "]" before the next item, or to the end of the line.
         std::string_view tail = item.rest();
         size_t next = tail.find("] [handle:");
         if (next == std::string_view::npos) {
-            if (tail.empty() || tail.back() != ']') return false;
+            whole = whole && !tail.empty() && tail.back() == ']';
             next = tail.size() - 1;
         }
-        cb.surfaces.push_back(
-            {std::string(handle), std::string(sc), std::string(tail.substr(0, next))});
-        rest = tail.substr(next + 1);
+        if (whole) {
+            cb.surfaces.push_back(
+                {std::string(handle), std::string(sc), std::string(tail.substr(0, next))});
+            rest = tail.substr(next + 1);
+        }
     }
+    cb.cut = !whole;
     l.callbacks.push_back(std::move(cb));
-    return true;
+    return whole;
 }
 
 bool releaseLine(ListenerState& l, TextCursor& c) {
     while (!c.end()) {
         std::string_view id;
         ReleaseCallback r;
+        // The last item's blank is lost when a copy trims line ends.
         if (!(c.lit("[") && c.until(", cb:", &id) && parseReleaseId(id, &r.id) &&
-              c.flag(&r.hasTarget) && c.lit("] "))) {
-            return false;
+              c.flag(&r.hasTarget) && (c.lit("] ") || (c.lit("]") && c.atEnd())))) {
+            return false;  // what was read is kept; the declared count tells it is short
         }
         l.releases.push_back(r);
     }

@@ -88,6 +88,16 @@ int runExplain(int argc, const char* const* argv, std::ostream& out, std::ostrea
         err << "talvex-explain: " << e.what() << "\nRun talvex-explain --help for usage.\n";
         return kExitUsage;
     }
+    // Thresholds become int64 nanoseconds: beyond that (or NaN) they would compare wrongly.
+    constexpr double kMaxMs = 9.2e12;
+    for (const auto& [name, ms] :
+         {std::pair{"--stuck-ms", o.stuckMs}, {"--callback-ms", o.callbackMs}}) {
+        if (!(ms >= 0 && ms <= kMaxMs)) {
+            err << "talvex-explain: " << name << " wants milliseconds from 0 to 9.2e12, not " << ms
+                << "\n";
+            return kExitUsage;
+        }
+    }
 
     DumpParser parser;
     LineReader reader([&](std::string_view line, size_t dropped) { parser.addLine(line, dropped); });

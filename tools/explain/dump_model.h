@@ -110,6 +110,7 @@ struct FrameRecordFrame {
     int numAcquired = 0;
     int64_t startTime = 0;
     uint64_t line = 0;
+    bool cut = false;  // its line was cut short: the steps after the last one read are unknown
 };
 
 struct FrameRecordLayer {
@@ -140,6 +141,7 @@ struct PendingCallback {
     bool hasFunction = false;
     std::vector<LayerRef> surfaces;
     uint64_t line = 0;
+    bool cut = false;  // its line was cut short: `surfaces` may lack some
 };
 
 struct ReleaseCallback {

@@ -6,6 +6,13 @@
 #include "text_cursor.h"
 
 namespace talvex::explain {
+
+struct CorePrefix {
+    std::string_view name, key, body;
+    uint64_t uniqueId = 0;
+    int api = 0, pid = 0;
+};
+
 namespace {
 
 constexpr std::string_view kHelperTag = "TalvexBufferQueueHelper";
@@ -18,6 +25,8 @@ constexpr std::string_view kBlastStart =
 // The header formats of enough lines to name the log's format; after them only lines that may
 // be the library's are split, which keeps long logs fast.
 constexpr uint64_t kFormatSampleLines = 4096;
+// The longest message liblog writes; a longer one is cut to it.
+constexpr size_t kLogMessageLimit = 1023;
 // Past this many, warnings are counted, not kept: binary junk must not fill memory.
 constexpr size_t kMaxWarnings = 1000;
 
@@ -41,11 +50,6 @@ std::string excerpt(std::string_view text) {
     return out;
 }
 
-struct CorePrefix {
-    std::string_view name, key, body;
-    uint64_t uniqueId = 0;
-};
-
 // "[%s](id:%lx,api:%d,p:%d,c:%lu)": the first "](id:" after which the rest of the prefix
 // follows, since a queue name may itself hold "](".
 std::optional<CorePrefix> parseCorePrefix(std::string_view message) {
@@ -53,10 +57,9 @@ std::optional<CorePrefix> parseCorePrefix(std::string_view message) {
          at = message.find("](id:", at + 1)) {
         TextCursor c(message.substr(at + 5));
         CorePrefix p;
-        int api = 0, pid = 0;
         uint64_t creator = 0;
-        if (c.number(&p.uniqueId, 16) && c.lit(",api:") && c.number(&api) && c.lit(",p:") &&
-            c.number(&pid) && c.lit(",c:") && c.number(&creator) && c.lit(")")) {
+        if (c.number(&p.uniqueId, 16) && c.lit(",api:") && c.number(&p.api) && c.lit(",p:") &&
+            c.number(&p.pid) && c.lit(",c:") && c.number(&creator) && c.lit(")")) {
             p.name = message.substr(1, at - 1);
             p.body = c.rest();
             // The queue's name and id: api and pid may change while the dump is printed.
@@ -150,9 +153,10 @@ void DumpParser::warn(uint64_t line, std::string text) {
 }
 
 void DumpParser::handleMessage(std::string_view message, const Meta& meta) {
+    mMessageSize = message.size();
     if (message.size() > 1 && message[0] == '[') {
         if (auto core = parseCorePrefix(message)) {
-            coreLine(core->name, core->key, core->uniqueId, core->body, meta);
+            coreLine(*core, meta);
             return;
         }
         if (auto blast = parseBlastPrefix(message)) {
@@ -212,8 +216,8 @@ void DumpParser::closeTruncated(const char* what, const std::string& name, const
                                std::to_string(origin.lastLine));
 }
 
-void DumpParser::coreLine(std::string_view name, std::string_view key, uint64_t uniqueId,
-                          std::string_view body, const Meta& meta) {
+void DumpParser::coreLine(const CorePrefix& prefix, const Meta& meta) {
+    const std::string_view name = prefix.name, key = prefix.key, body = prefix.body;
     auto open = mOpenCores.find(key);
     if (body.substr(0, 25) == " ---dumpBbqStateDirectly:") {
         if (open != mOpenCores.end()) {
@@ -230,14 +234,17 @@ void DumpParser::coreLine(std::string_view name, std::string_view key, uint64_t 
         CoreDump dump;
         dump.origin = originOf(meta);
         dump.name = std::string(name);
-        dump.uniqueId = uniqueId;
-        dump.creatorPid = uniqueId >> 32;
+        dump.uniqueId = prefix.uniqueId;
+        dump.creatorPid = prefix.uniqueId >> 32;
         if (dump.origin.pid < 0) dump.origin.pid = static_cast<int>(dump.creatorPid);
         mResult.coreDumps.push_back(std::move(dump));
         open = mOpenCores.emplace(std::string(key), mResult.coreDumps.size() - 1).first;
     }
     CoreDump& dump = mResult.coreDumps[open->second];
     dump.origin.lastLine = mLine;
+    // The producer may connect or disconnect while the dump is printed: the last line holds.
+    dump.connectedApi = prefix.api;
+    dump.connectedPid = prefix.pid;
     if (!applyCoreLine(dump, body, mLine)) {
         warn(mLine, "unrecognised line in the core dump of \"" + dump.name + "\": " + excerpt(body));
     }
@@ -279,8 +286,12 @@ void DumpParser::blastLine(std::string_view name, uint32_t f, uint32_t a, std::s
         return;
     }
     if (!applyBlastLine(dump, open->second.cursor, body, mLine)) {
-        warn(mLine,
-             "unrecognised line in the BLAST dump of \"" + dump.queueName + "\": " + excerpt(body));
+        // liblog cuts a message at 1023 bytes; what could be read of it was kept.
+        warn(mLine, (mMessageSize == kLogMessageLimit
+                         ? "line cut short by the log's " + std::to_string(kLogMessageLimit) +
+                               "-byte limit in the BLAST dump of \""
+                         : "unrecognised line in the BLAST dump of \"") +
+                        dump.queueName + "\": " + excerpt(body));
     }
     if (dump.complete) mOpenBlasts.erase(open);
 }
@@ -296,17 +307,19 @@ Analysis DumpParser::finish() {
     }
     mOpenCores.clear();
     mOpenBlasts.clear();
+    std::stable_sort(mResult.warnings.begin(), mResult.warnings.end(),
+                     [](const Warning& l, const Warning& r) { return l.line < r.line; });
     if (mDroppedWarnings) {
         mResult.warnings.push_back(
             {0, std::to_string(mDroppedWarnings) + " more warnings not shown"});
     }
-    std::stable_sort(mResult.warnings.begin(), mResult.warnings.end(),
-                     [](const Warning& l, const Warning& r) { return l.line < r.line; });
 
     mResult.lines = mLine;
+    // Raw only when no line had a header: a bugreport's long preamble before its logcat is
+    // not a raw log.
     size_t best = 0;
     for (size_t i = 1; i < mFormatCounts.size(); ++i) {
-        if (mFormatCounts[i] > mFormatCounts[best]) best = i;
+        if (mFormatCounts[i] > (best ? mFormatCounts[best] : 0)) best = i;
     }
     mResult.format = logFormatName(static_cast<LogFormat>(best));
     if (mLine == 0) {

@@ -15,6 +15,9 @@
 
 namespace talvex::explain {
 
+// A core dump line's queue prefix, as read (dump_parser.cpp).
+struct CorePrefix;
+
 class DumpParser {
 public:
     DumpParser() = default;
@@ -38,8 +41,7 @@ private:
     };
 
     void handleMessage(std::string_view message, const Meta& meta);
-    void coreLine(std::string_view name, std::string_view key, uint64_t uniqueId,
-                  std::string_view body, const Meta& meta);
+    void coreLine(const CorePrefix& prefix, const Meta& meta);
     void blastLine(std::string_view name, uint32_t f, uint32_t a, std::string_view body,
                    const Meta& meta);
     void otherLibraryLine(std::string_view message, const Meta& meta);
@@ -50,6 +52,7 @@ private:
 
     Analysis mResult;
     uint64_t mLine = 0;
+    size_t mMessageSize = 0;  // of the line being read
     size_t mDroppedWarnings = 0;
     std::array<uint64_t, 8> mFormatCounts{};
     bool mInLongEntry = false;

@@ -19,6 +19,10 @@ void addFindings(Analysis& analysis, const Thresholds& thresholds);
 // Reads a whole log held in memory (any format and encoding) and explains it.
 Analysis explainText(std::string_view text, const Thresholds& thresholds = {});
 
+// `to - from` in ns, held at the int64 limits rather than overflowing (the times come from a
+// log and may be anything).
+int64_t elapsed(int64_t from, int64_t to);
+
 // "1503.2 ms" for a duration in ns.
 std::string formatDuration(int64_t ns);
 

@@ -27,13 +27,18 @@ Finding makeFinding(const char* kind, int pid, std::string layer = {}) {
 }
 
 // For each key, the index of the last dump that holds it: a later dump of the same process
-// shows the same record further on, so only the latest view is judged.
+// shows the same record further on, so only the latest view is judged. A dump cut short only
+// counts when no whole one holds the key: it must not hide what a whole dump showed.
 template <typename Key, typename KeyOf>
 std::map<Key, size_t> latestDumps(const std::vector<BlastDump>& dumps, KeyOf keyOf) {
-    std::map<Key, size_t> latest;
+    std::map<Key, size_t> latest, latestWhole;
     for (size_t i = 0; i < dumps.size(); ++i) {
-        for (const Key& key : keyOf(dumps[i])) latest[key] = i;
+        for (const Key& key : keyOf(dumps[i])) {
+            latest[key] = i;
+            if (dumps[i].complete) latestWhole[key] = i;
+        }
     }
+    for (const auto& [key, index] : latestWhole) latest[key] = index;
     return latest;
 }
 
@@ -41,10 +46,11 @@ void producerStarved(Analysis& a) {
     // A queue dumped again shows its slots as they are now: only its latest dump is judged.
     std::map<std::tuple<int, uint64_t, std::string>, const CoreDump*> latest;
     for (const CoreDump& dump : a.coreDumps) {
-        latest[{dump.origin.pid, dump.uniqueId, dump.name}] = &dump;
+        if (dump.complete) latest[{dump.origin.pid, dump.uniqueId, dump.name}] = &dump;
     }
     for (const CoreDump& dump : a.coreDumps) {
-        if (dump.slots.empty() || latest[{dump.origin.pid, dump.uniqueId, dump.name}] != &dump) {
+        // A dump cut short may have lost its free slots: no claim from it.
+        if (!dump.complete || latest[{dump.origin.pid, dump.uniqueId, dump.name}] != &dump) {
             continue;
         }
         std::map<std::string, int> held;
@@ -91,16 +97,17 @@ void stuckFrames(Analysis& a, const Thresholds& t) {
             std::string frames;
             for (const FrameRecordFrame& frame : layer.frames) {
                 const bool released = !frame.events.empty() && isRelease(frame.events.back().type);
-                if (released) continue;
+                if (released || frame.cut) continue;  // a cut frame's later steps are unknown
                 const int64_t last =
                     frame.events.empty() ? frame.startTime : frame.events.back().time;
                 const bool known = now != 0 && last != 0;
-                if (known && now - last < t.stuckFrameNs) continue;
+                if (known && elapsed(last, now) < t.stuckFrameNs) continue;
                 const std::string step =
                     frame.events.empty() ? "its start" : frameTypeName(frame.events.back().type);
-                frames += (frames.empty() ? "" : "; ") + std::string("frame ") +
-                          std::to_string(frame.number) + " stuck after " + step + " for " +
-                          (known ? formatDuration(now - last) : std::string("an unknown time"));
+                frames +=
+                    (frames.empty() ? "" : "; ") + std::string("frame ") +
+                    std::to_string(frame.number) + " stuck after " + step + " for " +
+                    (known ? formatDuration(elapsed(last, now)) : std::string("an unknown time"));
                 f.frames.push_back(frame.number);
                 f.evidence.push_back(frame.line);
             }
@@ -118,17 +125,22 @@ void oldCallbacks(Analysis& a, const Thresholds& t) {
     });
     for (const auto& [pid, index] : latest) {
         const ListenerState& l = *a.blastDumps[index].listener;
+        // A listener block cut before its end line has no time of its own: the dump's start is
+        // a moment earlier.
+        const int64_t now = l.now ? l.now : a.blastDumps[index].nowTime;
         std::map<std::string, Finding> byLayer;
         for (const PendingCallback& cb : l.callbacks) {
-            if (cb.addTime == 0 || l.now == 0 || l.now - cb.addTime < t.pendingCallbackNs) continue;
+            if (cb.addTime == 0 || now == 0 || elapsed(cb.addTime, now) < t.pendingCallbackNs) {
+                continue;
+            }
             std::string layer;
             for (const LayerRef& s : cb.surfaces) layer += (layer.empty() ? "" : ", ") + s.name;
-            if (layer.empty()) layer = "(no surface)";
+            if (layer.empty()) layer = cb.cut ? "(surfaces cut short)" : "(no surface)";
             Finding& f =
                 byLayer.try_emplace(layer, makeFinding("old-callbacks", pid, layer)).first->second;
             f.summary += (f.summary.empty() ? "" : "; ") + std::string("callback ") +
                          std::to_string(cb.id) + (cb.onComplete ? " (complete)" : " (commit)") +
-                         " pending for " + formatDuration(l.now - cb.addTime);
+                         " pending for " + formatDuration(elapsed(cb.addTime, now));
             f.evidence.push_back(cb.line);
         }
         for (auto& [layer, f] : byLayer) {
@@ -147,6 +159,9 @@ void unreleasedBuffers(Analysis& a) {
         });
     for (const auto& [key, index] : latest) {
         const BlastDump& dump = a.blastDumps[index];
+        // Without the whole release list (cut dump, cut line) a missing callback proves nothing.
+        const ListenerState& l = *dump.listener;
+        if (l.releaseLine == 0 || l.releases.size() < l.declaredReleases) continue;
         Finding f = makeFinding("unreleased-buffers", key.first, dump.blast.name);
         std::string list;
         for (const SubmittedBuffer& s : dump.blast.submitted) {
@@ -220,7 +235,7 @@ void stepLatencies(Analysis& a) {
                             from = e.time;
                         if (!to && std::count(kinds1.begin(), kinds1.end(), e.type)) to = e.time;
                     }
-                    if (from && to && to >= from) samples.push_back(to - from);
+                    if (from && to && to >= from) samples.push_back(elapsed(from, to));
                 }
                 if (samples.empty()) continue;
                 std::sort(samples.begin(), samples.end());
@@ -234,6 +249,12 @@ void stepLatencies(Analysis& a) {
 }
 
 }  // namespace
+
+int64_t elapsed(int64_t from, int64_t to) {
+    int64_t d = 0;
+    if (!__builtin_sub_overflow(to, from, &d)) return d;
+    return to > from ? INT64_MAX : INT64_MIN;
+}
 
 std::string formatDuration(int64_t ns) {
     char text[32];

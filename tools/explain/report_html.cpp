@@ -63,10 +63,10 @@ td,th{padding:2px 6px;border-bottom:1px solid #eee;text-align:right}td:first-chi
 )";
 
 void writeProcess(const TimelineProcess& p, std::ostream& out) {
-    const double span = static_cast<double>(std::max<int64_t>(p.end - p.begin, 1));
-    auto x = [&](int64_t t) { return kWidth * static_cast<double>(t - p.begin) / span; };
+    const double span = static_cast<double>(std::max<int64_t>(elapsed(p.begin, p.end), 1));
+    auto x = [&](int64_t t) { return kWidth * static_cast<double>(elapsed(p.begin, t)) / span; };
     out << "<h2>" << escape(p.name) << "</h2>\n<p class=\"lines\">"
-        << formatDuration(p.end - p.begin) << " shown</p>\n";
+        << formatDuration(elapsed(p.begin, p.end)) << " shown</p>\n";
     for (const TimelineLayer& layer : p.layers) {
         const size_t height = std::max<size_t>(layer.lanes.size(), 1) * kLaneHeight;
         out << "<div class=\"layer-row\" data-layer=\"" << layer.id
@@ -88,7 +88,8 @@ void writeProcess(const TimelineProcess& p, std::ostream& out) {
                         << "\" width=\"" << number(std::max(x(f.waitUntil) - left - width, 0.0))
                         << "\" height=\"" << kLaneHeight - 4 << "\"><title>frame "
                         << f.frame->number << " waiting after " << escape(f.lastStep) << " for "
-                        << formatDuration(f.waitUntil - f.end) << " until the dump</title></rect>";
+                        << formatDuration(elapsed(f.end, f.waitUntil))
+                        << " until the dump</title></rect>";
                 }
                 for (const FrameEvent& e : f.frame->events) {
                     const std::string ex = number(x(e.time));
@@ -115,7 +116,7 @@ void writeProcess(const TimelineProcess& p, std::ostream& out) {
         out << "<rect class=\"callback" << (c.old ? " old" : "") << "\" x=\"" << number(left)
             << "\" y=\"" << i * 8 + 2 << "\" width=\"" << number(std::max(x(c.until) - left, 2.0))
             << "\" height=\"6\"><title>callback " << c.callback->id << " pending for "
-            << formatDuration(c.until - c.callback->addTime) << "</title></rect>";
+            << formatDuration(elapsed(c.callback->addTime, c.until)) << "</title></rect>";
     }
     out << "</svg></div>\n";
 }

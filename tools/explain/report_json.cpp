@@ -1,5 +1,6 @@
 #include <nlohmann/json.hpp>
 
+#include "explain.h"
 #include "report.h"
 
 namespace talvex::explain {
@@ -139,13 +140,14 @@ void to_json(json& j, const BlastDump& d) {
                 surfaces.push_back(
                     {{"handle", s.handle}, {"surface_control", s.surfaceControl}, {"name", s.name}});
             }
-            callbacks.push_back({{"id", c.id},
-                                 {"kind", c.onComplete ? "complete" : "commit"},
-                                 {"add_time_ns", c.addTime},
-                                 {"age_ns", c.addTime && l.now ? json(l.now - c.addTime) : json()},
-                                 {"has_function", c.hasFunction},
-                                 {"surfaces", surfaces},
-                                 {"line", c.line}});
+            callbacks.push_back(
+                {{"id", c.id},
+                 {"kind", c.onComplete ? "complete" : "commit"},
+                 {"add_time_ns", c.addTime},
+                 {"age_ns", c.addTime && l.now ? json(elapsed(c.addTime, l.now)) : json()},
+                 {"has_function", c.hasFunction},
+                 {"surfaces", surfaces},
+                 {"line", c.line}});
         }
         json releases = json::array();
         for (const ReleaseCallback& r : l.releases) {

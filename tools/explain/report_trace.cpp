@@ -3,6 +3,7 @@
 #include <map>
 #include <nlohmann/json.hpp>
 
+#include "explain.h"
 #include "report.h"
 #include "timeline.h"
 
@@ -50,7 +51,7 @@ void writeTrace(const Analysis& a, std::ostream& out) {
                                       {"pid", pid},
                                       {"tid", tid},
                                       {"ts", micros(f.start)},
-                                      {"dur", micros(f.end - f.start)},
+                                      {"dur", micros(elapsed(f.start, f.end))},
                                       {"args", args}});
                     if (f.waitUntil) {
                         // Its wait after the last step, up to the dump that still saw it.
@@ -61,7 +62,7 @@ void writeTrace(const Analysis& a, std::ostream& out) {
                                           {"pid", pid},
                                           {"tid", tid},
                                           {"ts", micros(f.end)},
-                                          {"dur", micros(f.waitUntil - f.end)},
+                                          {"dur", micros(elapsed(f.end, f.waitUntil))},
                                           {"args", {{"frame", f.frame->number}}}});
                     }
                     for (const FrameEvent& e : f.frame->events) {
