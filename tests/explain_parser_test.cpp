@@ -286,6 +286,8 @@ TEST(DumpParser, BadInputNeverCrashesAndIsReported) {
          "core dump line of \"q\" without its start line; read from here"},
         {"bad limiter", "Not Support over 4k, change width:x->1 height:1->1\n",
          "unreadable buffer size limiter line"},
+        {"unknown layout", "<2219> [q](id:1,api:1,p:2,c:0) ---dumpBbqStateDirectly:\n",
+         "a dump line in a log layout not recognised, not read: <2219> "},
         {"no line breaks", std::string(100000, 'x'),
          "a line of 100000 bytes, far longer than any log entry: only its first 65536 are read"},
     };

@@ -164,6 +164,16 @@ void DumpParser::handleMessage(std::string_view message, const Meta& meta) {
             return;
         }
     }
+    // A dump line whose queue prefix is not where the message starts sits in a layout this
+    // reader does not know: say so rather than lose it in silence.
+    if (message.empty() || message[0] != '[') {
+        const size_t at = std::min(message.find("](id:"), message.find("](f:"));
+        if (at != std::string_view::npos) {
+            warn(mLine, "a dump line in a log layout not recognised, not read: " +
+                            excerpt(message.substr(0, at)));
+            return;
+        }
+    }
     otherLibraryLine(message, meta);
 }
 
