@@ -41,7 +41,11 @@ struct FormatCase {
 
 std::string formatCaseName(const ::testing::TestParamInfo<FormatCase>& info) {
     static const char* kEncodings[] = {"utf8", "crlf", "utf16"};
-    return info.param.format + "_" + kEncodings[static_cast<int>(info.param.encoding)];
+    std::string name = info.param.format + "_" + kEncodings[static_cast<int>(info.param.encoding)];
+    for (char& c : name) {
+        if (c == ' ' || c == '=') c = '_';  // the uid and color modifiers
+    }
+    return name;
 }
 
 class EveryFormat : public ::testing::TestWithParam<FormatCase> {};
@@ -84,7 +88,22 @@ INSTANTIATE_TEST_SUITE_P(
         FormatCase{"brief", Encoding::kUtf8, true}, FormatCase{"process", Encoding::kUtf8, true},
         FormatCase{"tag", Encoding::kUtf8, false}, FormatCase{"thread", Encoding::kUtf8, true},
         FormatCase{"raw", Encoding::kUtf8Crlf, false}, FormatCase{"long", Encoding::kUtf8, true},
-        FormatCase{"long", Encoding::kUtf16le, true}),
+        FormatCase{"long", Encoding::kUtf16le, true},
+        FormatCase{"threadtime uid=shell", Encoding::kUtf8, true},
+        FormatCase{"zone uid=u0_a123", Encoding::kUtf8, true},
+        FormatCase{"time uid", Encoding::kUtf8, true},
+        FormatCase{"time uid=shell", Encoding::kUtf8, true},
+        FormatCase{"brief uid", Encoding::kUtf8, true},
+        FormatCase{"brief uid=shell", Encoding::kUtf8, true},
+        FormatCase{"process uid", Encoding::kUtf8, true},
+        FormatCase{"process uid=shell", Encoding::kUtf8, true},
+        FormatCase{"thread uid", Encoding::kUtf8, true},
+        FormatCase{"thread uid=shell", Encoding::kUtf8, true},
+        FormatCase{"long uid", Encoding::kUtf8, true},
+        FormatCase{"long uid=shell", Encoding::kUtf8, true},
+        FormatCase{"threadtime color", Encoding::kUtf8, true},
+        FormatCase{"brief uid color", Encoding::kUtf8, true},
+        FormatCase{"long uid=root color", Encoding::kUtf16le, true}),
     formatCaseName);
 
 TEST(DumpParser, RebuildsCoreSlotsBlastStateFrameRecordAndListener) {

@@ -1,5 +1,6 @@
 #include "explain_sample_log.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -161,6 +162,24 @@ std::vector<SampleRecord> sampleRecords() {
 }
 
 std::string renderRecords(const std::vector<SampleRecord>& records, const std::string& fmt) {
+    std::string base, uidName;
+    bool uid = false, color = false;
+    for (size_t at = 0; at < fmt.size();) {
+        const size_t end = std::min(fmt.find(' ', at), fmt.size());
+        const std::string word = fmt.substr(at, end - at);
+        at = end + 1;
+        if (word == "color") {
+            color = true;
+        } else if (word.rfind("uid", 0) == 0) {
+            uid = true;
+            if (word.size() > 4) uidName = word.substr(4);
+        } else {
+            base = word;
+        }
+    }
+    if (base.empty()) base = "threadtime";
+    const bool threadtime = base == "threadtime" || base == "year" || base == "usec" ||
+                            base == "epoch" || base == "monotonic" || base == "zone";
     std::string out;
     int second = 0;
     for (const SampleRecord& rec : records) {
@@ -168,40 +187,43 @@ std::string renderRecords(const std::vector<SampleRecord>& records, const std::s
         const char* tag = rec.tag.empty() ? "app_process" : rec.tag.c_str();
         const char* msg = rec.message.c_str();
         const char p = rec.priority;
-        const std::string time = format("01-02 03:04:%02d.%03d", second / 1000 % 60, second % 1000);
-        ++second;
-        if (fmt == "threadtime") {
-            out += format("%s %5d %5d %c %-8s: %s\n", time.c_str(), pid, rec.tid, p, tag, msg);
-        } else if (fmt == "year") {
-            out += format("2026-%s %5d %5d %c %-8s: %s\n", time.c_str(), pid, rec.tid, p, tag, msg);
-        } else if (fmt == "usec") {
-            out += format("%s456 %5d %5d %c %-8s: %s\n", time.c_str(), pid, rec.tid, p, tag, msg);
-        } else if (fmt == "epoch") {
-            out += format("%10d.%03d %5d %5d %c %-8s: %s\n", 1767300000 + second / 1000,
-                          second % 1000, pid, rec.tid, p, tag, msg);
-        } else if (fmt == "monotonic") {
-            out += format("%6d.%03d %5d %5d %c %-8s: %s\n", second / 1000, second % 1000, pid,
-                          rec.tid, p, tag, msg);
-        } else if (fmt == "zone") {
-            out += format("%s +0000 %5d %5d %c %-8s: %s\n", time.c_str(), pid, rec.tid, p, tag, msg);
-        } else if (fmt == "uid") {
-            out += format("%s %5d %5d %5d %c %-8s: %s\n", time.c_str(), 1000, pid, rec.tid, p, tag,
-                          msg);
-        } else if (fmt == "time") {
-            out += format("%s %c/%-8s(%5d): %s\n", time.c_str(), p, tag, pid, msg);
-        } else if (fmt == "brief") {
-            out += format("%c/%-8s(%5d): %s\n", p, tag, pid, msg);
-        } else if (fmt == "process") {
-            out += format("%c(%5d) %s  (%s)\n", p, pid, msg, tag);
-        } else if (fmt == "tag") {
-            out += format("%c/%-8s: %s\n", p, tag, msg);
-        } else if (fmt == "thread") {
-            out += format("%c(%5d:%5d) %s\n", p, pid, rec.tid, msg);
-        } else if (fmt == "raw") {
-            out += format("%s\n", msg);
-        } else if (fmt == "long") {
-            out += format("[ %s %5d:%5d %c/%-8s ]\n%s\n\n", time.c_str(), pid, rec.tid, p, tag, msg);
+        std::string time = format("01-02 03:04:%02d.%03d", second / 1000 % 60, second % 1000);
+        if (base == "year") time = "2026-" + time;
+        if (base == "usec") time += "456";
+        if (base == "zone") time += " +0000";
+        if (base == "epoch") {
+            time = format("%10d.%03d", 1767300000 + second / 1000, second % 1000);
+        } else if (base == "monotonic") {
+            time = format("%6d.%03d", second / 1000, second % 1000);
         }
+        ++second;
+        // A name for the library's process and "root" for the others, or numbers.
+        std::string id = !uid              ? ""
+                         : uidName.empty() ? format("%5d:", rec.ours ? 10123 : 1000)
+                                           : format("%5s:", rec.ours ? uidName.c_str() : "root");
+        if (threadtime && uid) id.back() = ' ';
+        const char* u = id.c_str();
+        std::string line;
+        if (threadtime) {
+            line = format("%s %s%5d %5d %c %-8s: %s", time.c_str(), u, pid, rec.tid, p, tag, msg);
+        } else if (base == "time") {
+            line = format("%s %c/%-8s(%s%5d): %s", time.c_str(), p, tag, u, pid, msg);
+        } else if (base == "brief") {
+            line = format("%c/%-8s(%s%5d): %s", p, tag, u, pid, msg);
+        } else if (base == "process") {
+            line = format("%c(%s%5d) %s  (%s)", p, u, pid, msg, tag);
+        } else if (base == "tag") {
+            line = format("%c/%-8s: %s", p, tag, msg);
+        } else if (base == "thread") {
+            line = format("%c(%s%5d:%5d) %s", p, u, pid, rec.tid, msg);
+        } else if (base == "raw") {
+            line = msg;
+        } else if (base == "long") {
+            line =
+                format("[ %s %s%5d:%5d %c/%-8s ]\n%s", time.c_str(), u, pid, rec.tid, p, tag, msg);
+        }
+        if (color) line = format("\x1b[38;5;%dm", p == 'E' ? 196 : 75) + line + "\x1b[0m";
+        out += line + (base == "long" ? "\n\n" : "\n");
     }
     return out;
 }

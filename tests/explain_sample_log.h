@@ -24,7 +24,8 @@ enum class Encoding { kUtf8, kUtf8Crlf, kUtf16le };
 
 // The records as `logcat -v <format>` prints them ("threadtime", "time", "brief", "process",
 // "tag", "thread", "raw", "long", and threadtime with "year", "usec", "epoch", "monotonic",
-// "zone", "uid"), in the given encoding.
+// "zone"), in the given encoding. Modifiers follow after blanks: "uid" (numbers), "uid=NAME" (the
+// library's process runs as NAME, the others as "root"), "color"; "uid" alone is threadtime's.
 std::string renderSample(const std::string& format, Encoding encoding = Encoding::kUtf8);
 std::string renderRecords(const std::vector<SampleRecord>& records, const std::string& format);
 

@@ -110,8 +110,9 @@ void DumpParser::addLine(std::string_view line, size_t droppedBytes) {
         mInLongEntry = false;  // a blank line ends a long-format entry
         return;
     }
-    if (line.size() > 2 && line[0] == '[' && line[1] == ' ') {
-        LogLine header = parseLogLine(line);
+    const std::string_view plain = withoutColor(line);
+    if (plain.size() > 2 && plain[0] == '[' && plain[1] == ' ') {
+        LogLine header = parseLogLine(plain);
         if (header.format == LogFormat::kLongHeader) {
             ++mFormatCounts[static_cast<size_t>(LogFormat::kLongHeader)];
             mInLongEntry = true;
@@ -124,7 +125,9 @@ void DumpParser::addLine(std::string_view line, size_t droppedBytes) {
     }
     const bool candidate = mayBeLibraryLine(line);
     if (mInLongEntry) {
-        if (candidate) handleMessage(line, Meta{mLongPid, mLongTid, mLongTag, mLongTimestamp});
+        if (candidate) {
+            handleMessage(plain, Meta{mLongPid, mLongTid, mLongTag, mLongTimestamp});
+        }
         return;
     }
     if (!candidate && mLine > kFormatSampleLines) return;

@@ -64,6 +64,12 @@ public:
         if (value) *value = static_cast<int>(v < (1LL << 31) ? v : (1LL << 31) - 1);
         return true;
     }
+    // A run of letters, digits and '_' (an account name or a number); false when there is none.
+    bool word() {
+        const size_t start = mPos;
+        while (std::isalnum(static_cast<unsigned char>(peek())) || peek() == '_') ++mPos;
+        return mPos > start;
+    }
     bool number(int* value) {
         size_t start = mPos;
         skipSpaces();
@@ -110,15 +116,15 @@ bool scanTimestamp(Scanner& s) {
     return true;
 }
 
-// "  1000:" or "root:" before the pid (the uid variant); optional.
-void skipUid(Scanner& s) {
+// The uid `-v uid` puts before the pid: a number, or an account name of up to five characters
+// ("shell", "root"), right-aligned in five columns and followed by ':' (by a blank in
+// threadtime). Longer names ("u0_a123") are read too. Leaves the cursor alone when absent.
+bool scanUid(Scanner& s, bool colon) {
     const size_t start = s.pos();
     s.skipSpaces();
-    while (std::isalnum(static_cast<unsigned char>(s.peek())) || s.peek() == '_') {
-        s.reset(s.pos() + 1);
-    }
-    if (s.pos() > start && s.literal(':') && s.peek() == ' ') return;
+    if (s.word() && (colon ? s.literal(':') : (s.literal(':') || s.peek() == ' '))) return true;
     s.reset(start);
+    return false;
 }
 
 // Tag then ": " then the message: threadtime and tag. The tag is padded to eight with blanks.
@@ -137,13 +143,13 @@ bool scanTagColonMessage(Scanner& s, LogLine& out) {
     return true;
 }
 
-// "pid tid P tag: message" after a time (threadtime).
+// "pid tid P tag: message" after a time (threadtime), with "uid " before the pid in the uid
+// variant.
 bool scanThreadtime(Scanner& s, LogLine& out) {
     const size_t start = s.pos();
-    for (bool uid : {false, true}) {  // "uid pid tid" or "uid: pid tid" in the uid variant
+    for (bool uid : {false, true}) {
         s.reset(start);
-        int ignored = 0;
-        if (uid && !s.number(&ignored)) skipUid(s);
+        if (uid && !scanUid(s, /*colon=*/false)) break;
         if (s.number(&out.pid) && s.number(&out.tid) && s.literal(' ') && isPriority(s.peek()) &&
             s.peek(1) == ' ') {
             out.priority = s.peek();
@@ -156,7 +162,8 @@ bool scanThreadtime(Scanner& s, LogLine& out) {
     return false;
 }
 
-// "P/tag(  pid): message" (brief, time) or "P/tag: message" (tag).
+// "P/tag(  pid): message" (brief, time; "( uid:  pid)" in the uid variant) or "P/tag: message"
+// (tag).
 bool scanSlashTag(Scanner& s, LogLine& out, bool allowTagFormat) {
     if (!isPriority(s.peek()) || s.peek(1) != '/') return false;
     const size_t start = s.pos();
@@ -167,6 +174,7 @@ bool scanSlashTag(Scanner& s, LogLine& out, bool allowTagFormat) {
          open = rest.find('(', open + 1)) {
         Scanner inner(rest.substr(open + 1));
         int pid = -1;
+        scanUid(inner, /*colon=*/true);
         if (inner.number(&pid) && inner.literal(')') && inner.literal(':')) {
             std::string_view tag = rest.substr(0, open);
             while (!tag.empty() && tag.back() == ' ') tag.remove_suffix(1);
@@ -187,30 +195,47 @@ bool scanSlashTag(Scanner& s, LogLine& out, bool allowTagFormat) {
     return false;
 }
 
-// "P(  pid) message  (tag)" (process) or "P(  pid:  tid) message" (thread).
+// "P(  pid) message  (tag)" (process) or "P(  pid:  tid) message" (thread); the uid variant puts
+// "  uid:" before the pid. Two numbers are a uid and a pid when the line ends in the process
+// layout's "  (tag)", else a pid and a tid: the parentheses alone cannot tell them apart.
 bool scanParenPid(Scanner& s, LogLine& out) {
     if (!isPriority(s.peek()) || s.peek(1) != '(') return false;
     const size_t start = s.pos();
     const char priority = s.peek();
     s.reset(s.pos() + 2);
-    int pid = -1, tid = -1;
-    if (!s.number(&pid)) return s.reset(start), false;
-    if (s.literal(':')) {
-        if (!(s.number(&tid) && s.literal(')') && s.literal(' '))) return s.reset(start), false;
-        out.format = LogFormat::kThread;
-        out.tid = tid;
-        out.message = s.rest();
+    int numbers[3] = {-1, -1, -1};
+    size_t count = 0;
+    bool named = false;  // the uid is an account name, so it is certainly there
+    if (s.number(&numbers[0])) {
+        count = 1;
     } else {
-        if (!(s.literal(')') && s.literal(' '))) return s.reset(start), false;
-        std::string_view rest = s.rest();
-        const size_t open = rest.rfind("  (");
-        if (open == std::string_view::npos || rest.back() != ')') return s.reset(start), false;
+        s.skipSpaces();
+        if (!s.word()) return s.reset(start), false;
+        named = true;
+    }
+    while (count + (named ? 1 : 0) < 3 && s.literal(':')) {
+        if (!s.number(&numbers[count++])) return s.reset(start), false;
+    }
+    if (!(s.literal(')') && s.literal(' '))) return s.reset(start), false;
+    const std::string_view rest = s.rest();
+    const size_t open = rest.rfind("  (");
+    const bool tagLast = open != std::string_view::npos && rest.back() == ')';
+    const bool numericUid = !named && (count == 3 || (count == 2 && tagLast));
+    const int* ids = numbers + (numericUid ? 1 : 0);
+    const size_t idCount = count - (numericUid ? 1 : 0);
+    if (idCount == 2) {
+        out.format = LogFormat::kThread;
+        out.tid = ids[1];
+        out.message = rest;
+    } else if (idCount == 1 && tagLast) {
         out.format = LogFormat::kProcess;
         out.tag = rest.substr(open + 3, rest.size() - open - 4);
         out.message = rest.substr(0, open);
+    } else {
+        return s.reset(start), false;
     }
     out.priority = priority;
-    out.pid = pid;
+    out.pid = ids[0];
     return true;
 }
 
@@ -232,9 +257,7 @@ bool scanLongHeader(std::string_view line, LogLine& out) {
     };
     if (!ids()) {
         s.reset(afterTime);
-        int ignored = 0;
-        if (!s.number(&ignored)) skipUid(s);
-        if (!ids()) return false;
+        if (!(scanUid(s, /*colon=*/true) && ids())) return false;
     }
     out.priority = s.peek();
     s.reset(s.pos() + 2);
@@ -249,6 +272,19 @@ bool scanLongHeader(std::string_view line, LogLine& out) {
 }
 
 }  // namespace
+
+std::string_view withoutColor(std::string_view line) {
+    if (line.size() > 2 && line[0] == '\x1b' && line[1] == '[') {
+        size_t end = 2;
+        while (end < line.size() && (isDigit(line[end]) || line[end] == ';')) ++end;
+        if (end < line.size() && line[end] == 'm') line.remove_prefix(end + 1);
+    }
+    constexpr std::string_view kReset = "\x1b[0m";
+    if (line.size() >= kReset.size() && line.substr(line.size() - kReset.size()) == kReset) {
+        line.remove_suffix(kReset.size());
+    }
+    return line;
+}
 
 const char* logFormatName(LogFormat format) {
     switch (format) {
@@ -273,6 +309,7 @@ const char* logFormatName(LogFormat format) {
 }
 
 LogLine parseLogLine(std::string_view line) {
+    line = withoutColor(line);
     LogLine out;
     if (line.empty()) return out;
     if (line[0] == '[' && scanLongHeader(line, out)) return out;

@@ -1,6 +1,7 @@
 // One physical line of a log, split into its header and its message. Knows every text layout
 // `logcat -v` writes (threadtime, time, brief, process, tag, thread, raw, long) with the time
-// variants (year, usec, nsec, epoch, monotonic, zone, uid); a line it cannot place is raw.
+// variants (year, usec, nsec, epoch, monotonic, zone), the uid modifier (numeric or an account
+// name) in every layout that has one, and color; a line it cannot place is raw.
 #pragma once
 
 #include <string_view>
@@ -22,7 +23,12 @@ struct LogLine {
     std::string_view message;    // the rest of the line; empty for a long header
 };
 
-// Splits `line` (no line break, no carriage return). Never fails: an unknown layout is raw.
+// `line` without the color `logcat -v color` wraps it in: a leading SGR sequence
+// ("\x1b[38;5;75m") and a trailing reset ("\x1b[0m"), each only when present.
+std::string_view withoutColor(std::string_view line);
+
+// Splits `line` (no line break, no carriage return), color removed first. Never fails: an unknown
+// layout is raw.
 LogLine parseLogLine(std::string_view line);
 
 }  // namespace talvex::explain
