@@ -122,6 +122,12 @@ ReadResult readInput(const std::string& path, LineReader& reader, const Progress
             return failed("reading it failed: " + why);
         }
         if (n == 0) break;
+        // A zip must be seekable: say so rather than read its bytes as text.
+        if (isStdin && done == 0 && n >= 4 && memcmp(buffer.data(), "PK\3\4", 4) == 0) {
+            gzclose(gz);
+            return failed(
+                "a bugreport .zip cannot be read from standard input; give its file name");
+        }
         reader.add(buffer.data(), static_cast<size_t>(n));
         done += static_cast<uint64_t>(n);
         if (progress) progress(done, total);
