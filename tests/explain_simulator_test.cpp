@@ -19,6 +19,7 @@ using ::talvex::test::SimulatorRun;
 using ::testing::AnyOf;
 using ::testing::Contains;
 using ::testing::Each;
+using ::testing::ElementsAre;
 using ::testing::Ge;
 using ::testing::HasSubstr;
 using ::testing::Not;
@@ -67,7 +68,7 @@ void expectReleaseStall(const SimulatorRun& run, const Analysis& a) {
     const std::string id = run.last(R"(TalvexSimulator: layer (\d+) is stalled)")[1];
     ASSERT_FALSE(id.empty()) << "the run never stalled";
     const uint64_t firstHeld = std::stoull(
-        run.last("stops releasing layer " + id + R"('s buffers \(frame (\d+) and on\))")[1]);
+        run.last("stops latching layer " + id + R"('s buffers.*\(frame (\d+) and on\))")[1]);
     const std::string queue = run.last("layer " + id + R"( \(.*\) draws through (\S+) at)")[1];
     const std::string surface = surfaceOf(run, id);
 
@@ -110,6 +111,8 @@ void expectReleaseStall(const SimulatorRun& run, const Analysis& a) {
     EXPECT_GT(request, coreEnd);
     EXPECT_GT(run.find("is stalled", request), request);
 
+    // The transactions it never latched never complete.
+    EXPECT_NE(nullptr, findingFor(a, "old-callbacks", surface));
     const std::string label = "layer " + id + " \"" + surface + "\"";
     const Finding* it = findingFor(a, "stuck-frames", label);
     ASSERT_NE(nullptr, it) << "no stuck-frames finding for " << label;
@@ -178,16 +181,20 @@ void expectSync(const SimulatorRun& run, const Analysis& a) {
 
 void expectHealthy(const SimulatorRun& run, const Analysis& a) {
     // Every buffer comes back: nothing is stuck or waits on the compositor, and every layer's
-    // frames reach their release.
+    // frames go from step to step up to their release. Only an on-commit callback makes a commit
+    // step, and a queue's own transactions carry none: apply leads to the completion.
     for (const Finding& f : a.findings) {
         EXPECT_THAT(f.kind, Not(AnyOf("stuck-frames", "old-callbacks", "unreleased-buffers")))
             << f.summary;
     }
-    std::vector<std::string> released;
+    EXPECT_EQ(std::stoul(run.last(R"(, (\d+) layers,)")[1]), a.latencies.size());
     for (const LayerLatency& layer : a.latencies) {
-        if (layer.steps.back().to == "release") released.push_back(layer.layer);
+        std::vector<std::string> steps;
+        for (const StepLatency& s : layer.steps) steps.push_back(s.from + ">" + s.to);
+        EXPECT_THAT(steps, ElementsAre("available>acquire", "acquire>apply", "apply>complete",
+                                       "complete>release"))
+            << layer.layer;
     }
-    EXPECT_EQ(std::stoul(run.last(R"(, (\d+) layers,)")[1]), released.size());
 }
 
 void expectOversize(const SimulatorRun& run, const Analysis& a) {
@@ -239,6 +246,8 @@ void expectChurn(const SimulatorRun& run, const Analysis& a) {
     EXPECT_EQ(living, recorded);
     std::set<std::string> names;
     for (int id : living) names.insert(surfaceOf(run, std::to_string(id)));
+    // Nor a release callback: at most one per slot of each living queue (four) waits.
+    EXPECT_LE(dump.listener->releases.size(), 4 * living.size());
     for (const PendingCallback& cb : dump.listener->callbacks) {
         for (const LayerRef& surface : cb.surfaces) EXPECT_THAT(names, Contains(surface.name));
     }

@@ -203,6 +203,17 @@ void BLASTBufferQueue::transactionCallback(nsecs_t /*latchTime*/, const sp<Fence
         if (stat.transformHint) {
             pendingSurfaceControl->setTransformHint(*stat.transformHint);
         }
+        // A completed frame means every older submitted buffer is off screen: release those
+        // whose own release has not come (AOSP's fake release), so a lost release cannot hold
+        // a buffer while frames keep completing.
+        std::vector<ReleaseCallbackId> stale;
+        for (const auto& [id, item] : mSubmitted) {
+            if (id.framenumber < stat.frameEventStats.frameNumber) stale.push_back(id);
+        }
+        for (const ReleaseCallbackId& id : stale) {
+            releaseBufferCallbackLocked(id, Fence::NO_FENCE, std::nullopt, /*fakeRelease=*/true);
+        }
+        break;
     }
 }
 
@@ -210,20 +221,28 @@ void BLASTBufferQueue::releaseBufferCallback(const ReleaseCallbackId& id,
                                              const sp<Fence>& releaseFence,
                                              std::optional<uint32_t> currentMaxAcquiredBufferCount) {
     std::lock_guard<std::mutex> lock(mMutex);
-    releaseBufferCallbackLocked(id, releaseFence, currentMaxAcquiredBufferCount);
+    releaseBufferCallbackLocked(id, releaseFence, currentMaxAcquiredBufferCount,
+                                /*fakeRelease=*/false);
 }
 
 void BLASTBufferQueue::releaseBufferCallbackLocked(
     const ReleaseCallbackId& id, const sp<Fence>& releaseFence,
-    std::optional<uint32_t> currentMaxAcquiredBufferCount) {
-    if (mHostPatchPoints != nullptr) mHostPatchPoints->releaseBufferCallbackLocked(id.framenumber);
+    std::optional<uint32_t> currentMaxAcquiredBufferCount, bool fakeRelease) {
     if (currentMaxAcquiredBufferCount) {
         mCurrentMaxAcquiredBufferCount = *currentMaxAcquiredBufferCount;
     }
     // Held back while the compositor may still latch an older buffer (AOSP's EGL case).
     const int32_t numPendingBuffersToHold = std::max<int32_t>(
         0, mMaxAcquiredBuffers - static_cast<int32_t>(mCurrentMaxAcquiredBufferCount));
-    mPendingRelease.push_back(ReleasedBuffer{id, releaseFence});
+    // Once per id: the compositor's release of a buffer already faked is not counted again.
+    const bool known = std::any_of(mPendingRelease.begin(), mPendingRelease.end(),
+                                   [&](const ReleasedBuffer& r) { return r.callbackId == id; });
+    if (!known) {
+        mPendingRelease.push_back(ReleasedBuffer{id, releaseFence});
+        if (mHostPatchPoints != nullptr) {
+            mHostPatchPoints->releaseBufferCallbackLocked(id.framenumber, fakeRelease);
+        }
+    }
     while (static_cast<int32_t>(mPendingRelease.size()) > numPendingBuffersToHold) {
         const ReleasedBuffer released = mPendingRelease.front();
         mPendingRelease.pop_front();

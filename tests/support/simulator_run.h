@@ -35,12 +35,15 @@ struct SimulatorRun {
         }
         return -1;
     }
-    // The groups of the last line in which `pattern` is found.
-    std::smatch last(const std::string& pattern) const {
+    // The groups of the last line in which `pattern` is found; all "" when no line has it.
+    std::vector<std::string> last(const std::string& pattern) const {
         const std::regex re(pattern);
-        std::smatch found, candidate;
+        std::vector<std::string> found(re.mark_count() + 1);
+        std::smatch candidate;
         for (const auto& line : lines) {
-            if (std::regex_search(line, candidate, re)) found = candidate;
+            if (std::regex_search(line, candidate, re)) {
+                for (size_t i = 0; i < found.size(); ++i) found[i] = candidate[i];
+            }
         }
         return found;
     }

@@ -223,25 +223,33 @@ void stepLatencies(Analysis& a) {
     for (const auto& [key, index] : latest) {
         for (const FrameRecordLayer& layer : a.blastDumps[index].record->layers) {
             if (layer.id != key.second) continue;
-            LayerLatency out{key.first, layerLabel(layer), {}};
-            for (size_t s = 0; s + 1 < kSteps.size(); ++s) {
-                std::vector<int64_t> samples;
-                for (const FrameRecordFrame& frame : layer.frames) {
-                    int64_t from = 0, to = 0;
-                    for (const FrameEvent& e : frame.events) {
-                        const auto& kinds0 = kSteps[s].second;
-                        const auto& kinds1 = kSteps[s + 1].second;
-                        if (!from && std::count(kinds0.begin(), kinds0.end(), e.type))
-                            from = e.time;
-                        if (!to && std::count(kinds1.begin(), kinds1.end(), e.type)) to = e.time;
+            // Each frame's time of each step, then from each step it took to the next one it
+            // took: a normal frame has no commit step (only on-commit callbacks make one), and
+            // its apply leads straight to its completion.
+            std::map<std::pair<size_t, size_t>, std::vector<int64_t>> samples;
+            for (const FrameRecordFrame& frame : layer.frames) {
+                std::vector<int64_t> at(kSteps.size(), 0);
+                for (const FrameEvent& e : frame.events) {
+                    for (size_t s = 0; s < kSteps.size(); ++s) {
+                        const auto& kinds = kSteps[s].second;
+                        if (!at[s] && std::count(kinds.begin(), kinds.end(), e.type))
+                            at[s] = e.time;
                     }
-                    if (from && to && to >= from) samples.push_back(elapsed(from, to));
                 }
-                if (samples.empty()) continue;
-                std::sort(samples.begin(), samples.end());
-                out.steps.push_back({kSteps[s].first, kSteps[s + 1].first, samples.size(),
-                                     percentile(samples, 50), percentile(samples, 90),
-                                     samples.back()});
+                for (size_t from = 0, to = 1; to < kSteps.size(); ++to) {
+                    if (!at[to]) continue;
+                    if (at[from] && at[to] >= at[from]) {
+                        samples[{from, to}].push_back(elapsed(at[from], at[to]));
+                    }
+                    from = to;
+                }
+            }
+            LayerLatency out{key.first, layerLabel(layer), {}};
+            for (auto& [steps, times] : samples) {
+                std::sort(times.begin(), times.end());
+                out.steps.push_back({kSteps[steps.first].first, kSteps[steps.second].first,
+                                     times.size(), percentile(times, 50), percentile(times, 90),
+                                     times.back()});
             }
             if (!out.steps.empty()) a.latencies.push_back(std::move(out));
         }

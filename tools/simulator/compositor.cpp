@@ -3,6 +3,7 @@
 #include <ui/Fence.h>
 #include <utils/Timers.h>
 
+#include <algorithm>
 #include <climits>
 
 #include "libgui_glue.h"
@@ -41,7 +42,7 @@ void Compositor::stop() {
     SurfaceComposerClient::Transaction::hostSetApplyObserver(nullptr);
 }
 
-uint64_t Compositor::holdReleases(int32_t layerId) {
+uint64_t Compositor::stopLatching(int32_t layerId) {
     std::lock_guard<std::mutex> lock(mMutex);
     mHeldLayers.insert(layerId);
     auto it = mLatched.find(layerId);
@@ -53,31 +54,61 @@ void Compositor::loseCompletion(int32_t layerId, uint64_t frameNumber) {
     mLostCompletions.emplace(layerId, frameNumber);
 }
 
-void Compositor::forgetLayer(int32_t layerId) {
-    std::vector<SurfaceComposerClient::Transaction> dropped;
-    std::unique_lock<std::mutex> lock(mMutex);
-    mLatched.erase(layerId);
-    mHeldLayers.erase(layerId);
-    for (auto it = mIncoming.begin(); it != mIncoming.end();) {
-        bool touches = false;
-        for (const auto& layer : it->hostLayers()) {
-            touches |=
-                layer.surfaceControl != nullptr && layer.surfaceControl->getLayerId() == layerId;
+namespace {
+
+bool touchesLayer(const SurfaceComposerClient::Transaction& transaction, int32_t layerId) {
+    for (const auto& layer : transaction.hostLayers()) {
+        if (layer.surfaceControl != nullptr && layer.surfaceControl->getLayerId() == layerId) {
+            return true;
         }
-        if (touches) {
-            dropped.push_back(std::move(*it));
-            it = mIncoming.erase(it);
+    }
+    return false;
+}
+
+// Moves the transactions of `from` that touch `layerId` to the end of `to`.
+void takeLayersTransactions(std::vector<SurfaceComposerClient::Transaction>& from, int32_t layerId,
+                            std::vector<SurfaceComposerClient::Transaction>& to) {
+    for (auto it = from.begin(); it != from.end();) {
+        if (touchesLayer(*it, layerId)) {
+            to.push_back(std::move(*it));
+            it = from.erase(it);
         } else {
             ++it;
         }
     }
+}
+
+}  // namespace
+
+void Compositor::forgetLayer(int32_t layerId) {
+    std::vector<SurfaceComposerClient::Transaction> dropped;
+    std::vector<ReleaseCallbackId> releases;
+    std::unique_lock<std::mutex> lock(mMutex);
+    if (auto it = mLatched.find(layerId); it != mLatched.end()) {
+        if (it->second.second != ReleaseCallbackId::INVALID_ID)
+            releases.push_back(it->second.second);
+        mLatched.erase(it);
+    }
+    mHeldLayers.erase(layerId);
+    takeLayersTransactions(mIncoming, layerId, dropped);
+    takeLayersTransactions(mHeld, layerId, dropped);
     const uint64_t running = mBatches;
     mBatchDone.wait(lock, [&] { return !mRunning || !mInBatch || mBatches > running; });
     lock.unlock();
-    // A transaction on a layer that is gone still completes, with no stats for the layer, as
-    // the compositor sends an empty transaction; the app's callbacks never wait forever on it.
+    // A layer that goes gives back every buffer the compositor had of it, and a transaction on
+    // it still completes, with no stats for the layer, as the compositor sends an empty
+    // transaction: the app's callbacks never wait forever on a gone layer.
     const nsecs_t now = systemTime(SYSTEM_TIME_MONOTONIC);
     sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
+    for (const auto& transaction : dropped) {
+        for (const auto& layer : transaction.hostLayers()) {
+            if (layer.releaseCallbackId != ReleaseCallbackId::INVALID_ID) {
+                releases.push_back(layer.releaseCallbackId);
+            }
+        }
+    }
+    for (const auto& id : releases)
+        listener->onReleaseBuffer(id, android::Fence::NO_FENCE, UINT_MAX);
     for (const auto& transaction : dropped) {
         for (const CallbackId& id : transaction.hostCallbackIds()) {
             if (id.type == CallbackId::Type::ON_COMPLETE) {
@@ -119,31 +150,49 @@ void Compositor::threadMain() {
 }
 
 void Compositor::composite(const SurfaceComposerClient::Transaction& transaction) {
+    {
+        // A layer that is not latched keeps its transactions waiting, uncompleted.
+        std::lock_guard<std::mutex> lock(mMutex);
+        for (const int32_t layerId : mHeldLayers) {
+            if (touchesLayer(transaction, layerId)) {
+                mHeld.push_back(transaction);
+                return;
+            }
+        }
+    }
     const nsecs_t latchTime = systemTime(SYSTEM_TIME_MONOTONIC);
     sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
     std::vector<SurfaceControlStats> stats;
     std::vector<ReleaseCallbackId> releases;
     bool lost = false;
+    const auto ids = transaction.hostCallbackIds();
+    // The listener runs its commit loop only for on-commit callbacks, which a BLAST queue's
+    // own transactions do not carry.
+    const bool onCommit = std::any_of(ids.begin(), ids.end(), [](const CallbackId& id) {
+        return id.type == CallbackId::Type::ON_COMMIT;
+    });
     for (const auto& layer : transaction.hostLayers()) {
         if (layer.surfaceControl == nullptr || !layer.frameNumber) continue;
         const int32_t layerId = layer.surfaceControl->getLayerId();
-        listenerTransactionCommitted(layer.surfaceControl, *layer.frameNumber);
+        if (onCommit) listenerTransactionCommitted(layer.surfaceControl, *layer.frameNumber);
         stats.emplace_back(layer.surfaceControl, latchTime, latchTime, android::Fence::NO_FENCE,
                            android::Fence::NO_FENCE, std::nullopt);
         stats.back().frameEventStats.frameNumber = *layer.frameNumber;
         std::lock_guard<std::mutex> lock(mMutex);
         auto& latched = mLatched[layerId];
-        if (latched.second != ReleaseCallbackId::INVALID_ID && mHeldLayers.count(layerId) == 0) {
-            releases.push_back(latched.second);
-        }
+        if (latched.second != ReleaseCallbackId::INVALID_ID) releases.push_back(latched.second);
         latched = {*layer.frameNumber, layer.releaseCallbackId};
         if (mLostCompletions.erase({layerId, *layer.frameNumber}) != 0) {
             lost = true;
             ++mLostCount;
         }
     }
+    // The buffer each latched one replaced is released before the completion is delivered,
+    // as the listener runs a surface's previous release before the transaction's callback.
+    for (const auto& id : releases)
+        listener->onReleaseBuffer(id, android::Fence::NO_FENCE, UINT_MAX);
     if (!lost) {
-        for (const CallbackId& id : transaction.hostCallbackIds()) {
+        for (const CallbackId& id : ids) {
             if (id.type != CallbackId::Type::ON_COMPLETE) continue;
             for (const auto& stat : stats) {
                 listenerTransactionCompleted(stat.surfaceControl, stat.frameEventStats.frameNumber);
@@ -151,8 +200,6 @@ void Compositor::composite(const SurfaceComposerClient::Transaction& transaction
             listener->hostCompleteCallback(id, latchTime, android::Fence::NO_FENCE, stats);
         }
     }
-    for (const auto& id : releases)
-        listener->onReleaseBuffer(id, android::Fence::NO_FENCE, UINT_MAX);
 }
 
 }  // namespace talvex::simulator

@@ -29,9 +29,10 @@ public:
     // Stops the vsync thread (joined) and stops receiving transactions.
     void stop();
 
-    // From now on, buffers of `layerId` are never released. Returns the frame number of the
-    // layer's latched buffer, the first one held (0 if none yet).
-    uint64_t holdReleases(int32_t layerId);
+    // From now on no buffer of `layerId` is latched (as when its acquire fence never signals):
+    // its transactions wait, uncompleted, and the buffer on screen is never released. Returns
+    // the frame number of that buffer, the first one held (0 if none yet).
+    uint64_t stopLatching(int32_t layerId);
     // The completion of `layerId`'s frame `frameNumber` is never delivered.
     void loseCompletion(int32_t layerId, uint64_t frameNumber);
     // Forgets layer `layerId`, which is going away: drops what the compositor holds of it,
@@ -56,6 +57,7 @@ private:
     uint64_t mBatches = 0;  // batches done; guarded by mMutex
     std::vector<android::SurfaceComposerClient::Transaction> mIncoming;  // guarded by mMutex
     std::set<int32_t> mHeldLayers;                                       // guarded by mMutex
+    std::vector<android::SurfaceComposerClient::Transaction> mHeld;      // guarded by mMutex
     std::set<std::pair<int32_t, uint64_t>> mLostCompletions;             // guarded by mMutex
     int mLostCount = 0;                                                  // guarded by mMutex
     std::map<int32_t, std::pair<uint64_t, android::ReleaseCallbackId>> mLatched;  // by mMutex

@@ -131,10 +131,12 @@ void PatchedQueue::transactionCallbackLocked(uint64_t frameNumber) {
     getFrameRecordIns()->setLayerFrameEvent(mLayerId, frameNumber, FrameType::transactionCallback);
 }
 
-void PatchedQueue::releaseBufferCallbackLocked(uint64_t frameNumber) {
+void PatchedQueue::releaseBufferCallbackLocked(uint64_t frameNumber, bool fake) {
     mBlastDumpedSinceRelease = false;
     mLastReleaseTime = systemTime(SYSTEM_TIME_MONOTONIC);
-    getFrameRecordIns()->setLayerFrameEvent(mLayerId, frameNumber, FrameType::releaseBufferCallback);
+    getFrameRecordIns()->setLayerFrameEvent(
+        mLayerId, frameNumber,
+        fake ? FrameType::FakeReleaseCallback : FrameType::releaseBufferCallback);
 }
 
 void PatchedQueue::bufferReleasedLocked(uint64_t frameNumber) {

@@ -50,7 +50,7 @@ public:
     void cannotAcquireLocked(android::BLASTBufferQueue* bbq) override;
     void transactionAppliedLocked(uint64_t frameNumber) override;
     void transactionCallbackLocked(uint64_t frameNumber) override;
-    void releaseBufferCallbackLocked(uint64_t frameNumber) override;
+    void releaseBufferCallbackLocked(uint64_t frameNumber, bool fake) override;
     void bufferReleasedLocked(uint64_t frameNumber) override;
 
     // How many BLAST-side dumps (cannot acquire) this queue asked for.

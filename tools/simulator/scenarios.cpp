@@ -40,9 +40,10 @@ void playReleaseStall(World& world) {
     // Enough frames first that the dump shows frames before the stall too.
     world.waitFor([&] { return layer.framesQueued() >= 12; });
     const int timeoutsBefore = layer.dequeueTimeouts();
-    const uint64_t firstHeld = world.compositor().holdReleases(layer.layerId());
-    say("the compositor stops releasing layer %d's buffers (frame %llu and on)", layer.layerId(),
-        static_cast<unsigned long long>(firstHeld));
+    const uint64_t firstHeld = world.compositor().stopLatching(layer.layerId());
+    say("the compositor stops latching layer %d's buffers, as when a GPU fence never signals: "
+        "no completion, no release (frame %llu and on)",
+        layer.layerId(), static_cast<unsigned long long>(firstHeld));
     if (!world.waitFor([&] { return layer.dequeueTimeouts() > timeoutsBefore; })) {
         say("layer %d never ran out of buffers before the run ended", layer.layerId());
         return;
@@ -109,8 +110,8 @@ void playChurn(World& world) {
 const Scenario kScenarios[] = {
     {"healthy", "frames flow on every layer; one layer's state is dumped on request", {}, playHealthy},
     {"release-stall",
-     "the compositor stops releasing one layer's buffers; its producer runs out of slots and "
-     "its dequeue times out",
+     "the compositor stops latching one layer's buffers (a fence that never signals): no "
+     "completion, no release; its producer runs out of slots and its dequeue times out",
      {},
      playReleaseStall},
     {"callback-lost",

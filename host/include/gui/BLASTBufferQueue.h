@@ -109,8 +109,9 @@ public:
         virtual void transactionAppliedLocked(uint64_t /*frameNumber*/) {}
         // transactionCallback() received the completion of `frameNumber`.
         virtual void transactionCallbackLocked(uint64_t /*frameNumber*/) {}
-        // releaseBufferCallback() was told the compositor released the buffer of `frameNumber`.
-        virtual void releaseBufferCallbackLocked(uint64_t /*frameNumber*/) {}
+        // releaseBufferCallbackLocked() was told the buffer of `frameNumber` is released: by the
+        // compositor, or (`fake`) by transactionCallback() for a frame older than a completed one.
+        virtual void releaseBufferCallbackLocked(uint64_t /*frameNumber*/, bool /*fake*/) {}
         // releaseBuffer() gave the buffer of `frameNumber` back to the queue.
         virtual void bufferReleasedLocked(uint64_t /*frameNumber*/) {}
     };
@@ -193,7 +194,8 @@ private:
     // nor the requested one. Adopts the requested size when the buffer has it.
     bool rejectBuffer(const BufferItem& item);
     void releaseBufferCallbackLocked(const ReleaseCallbackId& id, const sp<Fence>& releaseFence,
-                                     std::optional<uint32_t> currentMaxAcquiredBufferCount);
+                                     std::optional<uint32_t> currentMaxAcquiredBufferCount,
+                                     bool fakeRelease);
     void releaseBuffer(const ReleaseCallbackId& callbackId, const sp<Fence>& releaseFence);
     void mergePendingTransactions(SurfaceComposerClient::Transaction* t, uint64_t frameNumber);
 
