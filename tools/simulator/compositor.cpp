@@ -90,6 +90,7 @@ void Compositor::forgetLayer(int32_t layerId) {
         mLatched.erase(it);
     }
     mHeldLayers.erase(layerId);
+    mGoneLayers.insert(layerId);
     takeLayersTransactions(mIncoming, layerId, dropped);
     takeLayersTransactions(mHeld, layerId, dropped);
     const uint64_t running = mBatches;
@@ -97,24 +98,34 @@ void Compositor::forgetLayer(int32_t layerId) {
     lock.unlock();
     // A layer that goes gives back every buffer the compositor had of it, and a transaction on
     // it still completes, with no stats for the layer, as the compositor sends an empty
-    // transaction: the app's callbacks never wait forever on a gone layer.
+    // transaction: the app's callbacks never wait forever on a gone layer. All of it runs here,
+    // on the caller's thread: a release lets the queue apply its next frame, which comes back
+    // to mGoneTransactions (never to the vsync thread), until the queue has nothing left.
     const nsecs_t now = systemTime(SYSTEM_TIME_MONOTONIC);
     sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
-    for (const auto& transaction : dropped) {
-        for (const auto& layer : transaction.hostLayers()) {
-            if (layer.releaseCallbackId != ReleaseCallbackId::INVALID_ID) {
-                releases.push_back(layer.releaseCallbackId);
+    while (!dropped.empty() || !releases.empty()) {
+        for (const auto& transaction : dropped) {
+            for (const auto& layer : transaction.hostLayers()) {
+                if (layer.releaseCallbackId != ReleaseCallbackId::INVALID_ID) {
+                    releases.push_back(layer.releaseCallbackId);
+                }
             }
         }
-    }
-    for (const auto& id : releases)
-        listener->onReleaseBuffer(id, android::Fence::NO_FENCE, UINT_MAX);
-    for (const auto& transaction : dropped) {
-        for (const CallbackId& id : transaction.hostCallbackIds()) {
-            if (id.type == CallbackId::Type::ON_COMPLETE) {
-                listener->hostCompleteCallback(id, now, android::Fence::NO_FENCE, {});
+        for (const auto& id : releases) {
+            listener->onReleaseBuffer(id, android::Fence::NO_FENCE, UINT_MAX);
+        }
+        for (const auto& transaction : dropped) {
+            for (const CallbackId& id : transaction.hostCallbackIds()) {
+                if (id.type == CallbackId::Type::ON_COMPLETE) {
+                    listener->hostCompleteCallback(id, now, android::Fence::NO_FENCE, {});
+                }
             }
         }
+        releases.clear();
+        dropped.clear();
+        lock.lock();
+        dropped.swap(mGoneTransactions);
+        lock.unlock();
     }
 }
 
@@ -126,7 +137,14 @@ int Compositor::lostCompletions() {
 // Runs on the applying thread, which may hold a BLAST queue's lock: only queue it.
 void Compositor::receive(const SurfaceComposerClient::Transaction& transaction) {
     std::lock_guard<std::mutex> lock(mMutex);
-    if (mRunning) mIncoming.push_back(transaction);
+    if (!mRunning) return;
+    for (const int32_t layerId : mGoneLayers) {
+        if (touchesLayer(transaction, layerId)) {
+            mGoneTransactions.push_back(transaction);
+            return;
+        }
+    }
+    mIncoming.push_back(transaction);
 }
 
 void Compositor::threadMain() {

@@ -58,8 +58,11 @@ private:
     std::vector<android::SurfaceComposerClient::Transaction> mIncoming;  // guarded by mMutex
     std::set<int32_t> mHeldLayers;                                       // guarded by mMutex
     std::vector<android::SurfaceComposerClient::Transaction> mHeld;      // guarded by mMutex
-    std::set<std::pair<int32_t, uint64_t>> mLostCompletions;             // guarded by mMutex
-    int mLostCount = 0;                                                  // guarded by mMutex
+    // Layers forgotten, and what they applied since: forgetLayer() answers it, not the vsync.
+    std::set<int32_t> mGoneLayers;  // guarded by mMutex
+    std::vector<android::SurfaceComposerClient::Transaction> mGoneTransactions;  // by mMutex
+    std::set<std::pair<int32_t, uint64_t>> mLostCompletions;  // guarded by mMutex
+    int mLostCount = 0;                                       // guarded by mMutex
     std::map<int32_t, std::pair<uint64_t, android::ReleaseCallbackId>> mLatched;  // by mMutex
     std::thread mThread;
 };

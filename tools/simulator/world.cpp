@@ -74,6 +74,13 @@ void World::removeLayer(size_t index, bool announce) {
     // libgui's own wait for a queued dump is bounded; the layer must outlive any such dump.
     waitForDumperThread();
     mNames.remove(layer->surface()->getLayerStateHandle());
+    // Another queue's dump may have read this layer's surface through the listener, holding a
+    // strong reference, under that queue's lock. The reference count orders that read before
+    // the surface goes, but libutils is not instrumented, so the race detector cannot see it:
+    // passing through each queue's lock shows it the same order.
+    for (const auto& other : mLayers) {
+        std::lock_guard<std::mutex> passThrough(other->queue()->hostMutex());
+    }
     layer.reset();
     if (announce) say("layer %d destroyed", id);
 }
