@@ -1,3 +1,6 @@
+// Step names as the library prints them: the one name table of its interface header.
+#include <libgui_interface/hook/FrameType.h>
+
 #include <array>
 #include <string>
 
@@ -6,34 +9,25 @@
 namespace talvex::explain {
 namespace {
 
-// The twelve step names in value order, as the library prints them.
-constexpr std::array<std::string_view, 12> kStepNames = {
-    "onFrameAvailable",
-    "acquireNextBuffer",
-    "acquireAndReleaseBuffer",
-    "onTransactionCompletedCommit",
-    "onTransactionCompletedComplete",
-    "transactionCallback",
-    "transactionCommittedCallback",
-    "releaseBufferCallback",
-    "FakeReleaseCallback",
-    "releaseBufferBBQ",
-    "syncNextTransaction",
-    "apply",
-};
+using android::libgui_interface::hook::FrameType;
+
+constexpr int kStepCount = 12;  // the named values, 0 to 11
 
 }  // namespace
 
 std::string frameTypeName(int type) {
-    if (type >= 0 && static_cast<size_t>(type) < kStepNames.size()) {
-        return std::string(kStepNames[static_cast<size_t>(type)]);
-    }
-    return std::to_string(type);
+    return android::libgui_interface::hook::frameTypeName(static_cast<FrameType>(type));
 }
 
 std::optional<int> frameTypeValue(std::string_view name) {
-    for (size_t i = 0; i < kStepNames.size(); ++i) {
-        if (kStepNames[i] == name) return static_cast<int>(i);
+    // Read once: every event of every dump is looked up here.
+    static const std::array<std::string, kStepCount> kNames = [] {
+        std::array<std::string, kStepCount> names;
+        for (int value = 0; value < kStepCount; ++value) names[value] = frameTypeName(value);
+        return names;
+    }();
+    for (int value = 0; value < kStepCount; ++value) {
+        if (kNames[value] == name) return value;
     }
     return std::nullopt;
 }
