@@ -188,17 +188,20 @@ TEST(Findings, ThresholdsDecideWhichFramesAndCallbacksCount) {
         int64_t stuckMs, callbackMs;
         std::vector<uint64_t> stuckFrames;
         size_t oldCallbackLines;
+        std::vector<uint64_t> unreleased;  // a release may still be on its way to a young frame
     };
     for (const Case& c :
-         {Case{100, 100, {5}, 1}, Case{10, 10, {5, 6}, 2}, Case{2000, 2000, {}, 0}}) {
+         {Case{100, 100, {5}, 1, {5}}, Case{10, 10, {5, 6}, 2, {5}}, Case{2000, 2000, {}, 0, {}}}) {
         const Analysis a = explainText(test::renderSample("threadtime"),
                                        Thresholds{c.stuckMs * 1'000'000, c.callbackMs * 1'000'000});
-        std::vector<uint64_t> stuck;
+        std::vector<uint64_t> stuck, unreleased;
         size_t callbacks = 0;
         for (const Finding& f : a.findings) {
             if (f.kind == "stuck-frames") stuck = f.frames;
             if (f.kind == "old-callbacks") callbacks += f.evidence.size();
+            if (f.kind == "unreleased-buffers") unreleased = f.frames;
         }
+        EXPECT_EQ(unreleased, c.unreleased) << "stuck after " << c.stuckMs << " ms";
         EXPECT_EQ(stuck, c.stuckFrames) << "stuck after " << c.stuckMs << " ms";
         EXPECT_EQ(callbacks, c.oldCallbackLines) << "old after " << c.callbackMs << " ms";
     }

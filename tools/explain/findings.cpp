@@ -150,7 +150,19 @@ void oldCallbacks(Analysis& a, const Thresholds& t) {
     }
 }
 
-void unreleasedBuffers(Analysis& a) {
+// When the dump's frame record last saw `frame` of queue `queue` move (0 when it holds none).
+int64_t lastStepTime(const BlastDump& dump, const std::string& queue, uint64_t frame) {
+    if (!dump.record) return 0;
+    for (const FrameRecordLayer& layer : dump.record->layers) {
+        if (layer.queueName != queue) continue;
+        for (const FrameRecordFrame& f : layer.frames) {
+            if (f.number == frame) return f.events.empty() ? f.startTime : f.events.back().time;
+        }
+    }
+    return 0;
+}
+
+void unreleasedBuffers(Analysis& a, const Thresholds& t) {
     const auto latest =
         latestDumps<std::pair<int, std::string>>(a.blastDumps, [](const BlastDump& d) {
             return d.hasBlast && d.listener
@@ -170,6 +182,14 @@ void unreleasedBuffers(Analysis& a) {
                 std::any_of(releases.begin(), releases.end(),
                             [&](const ReleaseCallback& r) { return r.id == s.id; });
             if (hasCallback) continue;
+            // A release on its way (taken from the listener, waiting for the queue's lock the
+            // dump holds) looks the same for a moment: only a frame quiet for as long as a stuck
+            // one counts.
+            const int64_t last = lastStepTime(dump, dump.blast.name, s.frame);
+            if (last != 0 && dump.dumpTime() != 0 &&
+                elapsed(last, dump.dumpTime()) < t.stuckFrameNs) {
+                continue;
+            }
             list += (list.empty() ? "" : ", ") + std::string("frame ") + std::to_string(s.frame) +
                     " (slot " + std::to_string(s.slot) + ", buffer " +
                     (s.id.invalid ? std::string("INVALID_ID") : std::to_string(s.id.bufferId)) + ")";
@@ -274,7 +294,7 @@ void addFindings(Analysis& analysis, const Thresholds& thresholds) {
     producerStarved(analysis);
     stuckFrames(analysis, thresholds);
     oldCallbacks(analysis, thresholds);
-    unreleasedBuffers(analysis);
+    unreleasedBuffers(analysis, thresholds);
     compositorUnreachable(analysis);
     stepLatencies(analysis);
 }
