@@ -1,4 +1,18 @@
 #!/usr/bin/env bash
+# Copyright (C) 2026 The libgui_talvex_utils Authors
+#
+# Licensed under the Apache License, Version 2.0 (the "License");
+# you may not use this file except in compliance with the License.
+# You may obtain a copy of the License at
+#
+#      http://www.apache.org/licenses/LICENSE-2.0
+#
+# Unless required by applicable law or agreed to in writing, software
+# distributed under the License is distributed on an "AS IS" BASIS,
+# WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+# See the License for the specific language governing permissions and
+# limitations under the License.
+
 # Installs what a fresh Debian machine lacks; a no-op when all is present.
 #   scripts/install-deps.sh          the host build, its checks and tests
 #   scripts/install-deps.sh aarch64  the AArch64 cross build and qemu (scripts/test-aarch64.sh)
@@ -11,6 +25,9 @@ host_packages=(
     nlohmann-json3-dev libcli11-dev zlib1g-dev libzip-dev pkg-config chromium
     # The locking analysis compiles against libc++'s annotated headers (cmake/ThreadSafety.cmake).
     libc++-14-dev libc++abi-14-dev
+    # The sanitizer and libFuzzer runtimes: clang's own package recommends them, and
+    # --no-install-recommends leaves them out (the asan, tsan and fuzz builds do not link).
+    libclang-rt-14-dev
     # scripts/check-style.sh
     clang-format-14 clang-tidy-14 git
 )
