@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The BLASTBufferQueue dump: the queue's outstanding work (submitted buffers, pending releases,
 // held transactions, surfaces waiting for callbacks, synced frames) as a block of text.
 #include <gui/BLASTBufferQueue.h>
@@ -13,6 +29,8 @@ namespace android {
 
 void TalvexBufferQueueHelper::dumpBlastBufferQueueStateLocked(BLASTBufferQueue* bbq,
                                                               std::string& out) {
+    // The caller holds the queue's mMutex (libgui's guarded members); tell the analysis so.
+    base::ScopedLockAssertion queueLocked(bbq->mMutex);
     String8 text;
     text.append("---Dump BlastBufferQueue State START---\n");
     text.appendFormat("mName:%s, mQueuedBufferTrace:%s\n", bbq->mName.c_str(),

@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // The helper itself: the registry of BLAST queues, the dump triggers and the road of one dump
 // from a stalled core to the compositor.
 #define LOG_TAG "TalvexBufferQueueHelper"
@@ -123,6 +139,8 @@ void TalvexBufferQueueHelper::dumpBlastStateAndFrameRecord(void* core) {
 
 void TalvexBufferQueueHelper::dumpBlastStateAndFrameRecordLocked(void* bbq) {
     BLASTBufferQueue* queue = static_cast<BLASTBufferQueue*>(bbq);
+    // The caller holds the queue's mMutex (the dumper thread's task, or libgui itself).
+    base::ScopedLockAssertion queueLocked(queue->mMutex);
     __android_log_print(
         ANDROID_LOG_DEBUG, LOG_TAG, "[%s](f:%u,a:%u) Talvex-Graphics:%s Start, nowTime:%ld",
         queue->mName.c_str(), static_cast<uint32_t>(queue->mNumFrameAvailable),
