@@ -1,3 +1,19 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
 // Turns the bytes of a log, in chunks of any size, into lines: UTF-8 (with or without a BOM) or
 // UTF-16LE with a BOM (as Windows tools save text), LF or CRLF line ends. A line keeps at most
 // `kMaxLineBytes`: binary junk without line breaks must not fill memory.

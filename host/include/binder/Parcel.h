@@ -1,4 +1,20 @@
 /*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+/*
  * Host model of AOSP libbinder's Parcel (frameworks/native/libs/binder/include/binder/Parcel.h,
  * Android 14/15), kernel-binder flavour. Writes the same bytes a device Parcel writes for the
  * calls modelled here: native (little-endian) words, every write padded to 4 bytes with zeros,
