@@ -1,0 +1,28 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// STUB (hand-written): stands in for the NDK-AIDL-generated header of
+// android.hardware.graphics.common.Hdr (hardware/interfaces). Names only; syntax checks only.
+#pragma once
+// Like every NDK-generated header: <cstdint>, <memory>, <optional>, <string>, <vector>.
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+namespace aidl::android::hardware::graphics::common {
+enum class Hdr : int32_t { INVALID = 0, DOLBY_VISION = 1, HDR10 = 2, HLG = 3, HDR10_PLUS = 4 };
+}

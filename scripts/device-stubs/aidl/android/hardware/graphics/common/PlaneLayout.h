@@ -1,0 +1,45 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// STUB (hand-written): stands in for the NDK-AIDL-generated header of
+// android.hardware.graphics.common.PlaneLayout (hardware/interfaces). Names only; syntax checks only.
+#pragma once
+#include <aidl/android/hardware/graphics/common/ExtendableType.h>
+
+// Like every NDK-generated header: <cstdint>, <memory>, <optional>, <string>, <vector>.
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+namespace aidl::android::hardware::graphics::common {
+struct PlaneLayoutComponent {
+    ExtendableType type;
+    int64_t offsetInBits = 0;
+    int64_t sizeInBits = 0;
+};
+struct PlaneLayout {
+    std::vector<PlaneLayoutComponent> components;
+    int64_t offsetInBytes = 0;
+    int64_t sampleIncrementInBits = 0;
+    int64_t strideInBytes = 0;
+    int64_t widthInSamples = 0;
+    int64_t heightInSamples = 0;
+    int64_t totalSizeInBytes = 0;
+    int64_t horizontalSubsampling = 0;
+    int64_t verticalSubsampling = 0;
+};
+}  // namespace aidl::android::hardware::graphics::common

@@ -1,0 +1,37 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// STUB (hand-written): stands in for the AIDL-generated C++ header of android.gui.FrameTimelineInfo
+// (libs/gui/.../FrameTimelineInfo.aidl). Only what libgui's headers need to parse; syntax checks only.
+#pragma once
+#include <binder/Parcel.h>
+#include <binder/Parcelable.h>
+
+#include <cstdint>
+namespace android::gui {
+class FrameTimelineInfo : public ::android::Parcelable {
+public:
+    enum : int64_t { INVALID_VSYNC_ID = -1L };
+    int64_t vsyncId = INVALID_VSYNC_ID;
+    int32_t inputEventId = 0;
+    int64_t startTimeNanos = 0L;
+    bool useForRefreshRateSelection = false;
+    int64_t skippedFrameVsyncId = INVALID_VSYNC_ID;
+    int64_t skippedFrameStartTimeNanos = 0L;
+    ::android::status_t readFromParcel(const ::android::Parcel* parcel) final;
+    ::android::status_t writeToParcel(::android::Parcel* parcel) const final;
+};
+}  // namespace android::gui

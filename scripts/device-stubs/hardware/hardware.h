@@ -1,0 +1,22 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// STUB (hand-written): hardware/libhardware's <hardware/hardware.h>, for a check that reads no
+// hardware/libhardware tree. libui's <ui/PixelFormat.h> includes it only for the HAL_PIXEL_FORMAT_*
+// values, which come from <system/graphics.h>.
+#pragma once
+#include <stdint.h>
+#include <system/graphics.h>
