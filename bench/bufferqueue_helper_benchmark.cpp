@@ -32,6 +32,7 @@
 #include <gui/BLASTBufferQueue.h>
 #include <gui/BufferQueueCore.h>
 #include <gui/HostCompositor.h>
+#include <gui/HostSurface.h>
 #include <gui/SurfaceComposerClient.h>
 #include <gui/SurfaceControl.h>
 #include <libgui_interface/hook/IBufferQueueHelper.h>
@@ -92,14 +93,17 @@ struct Scene {
         helper->registerBBQDumpCallback(core.get(), bbq.get());
     }
 
+    // The app draws five frames and holds a sixth buffer: the queue acquires three (the
+    // compositor releases none), two wait queued.
     void fillCore() {
-        core->hostSetMaxAcquiredBufferCount(2);
-        core->hostSetMaxDequeuedBufferCount(4);
-        for (int i = 0; i < 6; ++i) slots.push_back(core->hostDequeueBuffer());
-        for (int i = 0; i < 4; ++i) core->hostQueueBuffer(slots[i]);
-        core->hostAcquireBuffer(nullptr);
-        core->hostAcquireBuffer(nullptr);
-        core->hostCancelBuffer(slots[5]);
+        android::HostSurface app(bbq->getIGraphicBufferProducer());
+        app.connect();
+        bbq->getIGraphicBufferProducer()->setMaxDequeuedBufferCount(5);
+        for (int i = 0; i < 6; ++i) {
+            int slot = -1;
+            app.dequeueBuffer(&slot);
+            if (i < 5) app.queueBuffer(slot);
+        }
     }
 
     void fillBlastQueue() {
@@ -149,7 +153,6 @@ struct Scene {
     sp<SurfaceControl> surface;
     sp<BLASTBufferQueue> bbq;
     sp<BufferQueueCore> core;
-    std::vector<int> slots;
     std::vector<sp<SurfaceControl>> controls;
 };
 

@@ -19,17 +19,26 @@ talvex_cc_library(NAME talvex_host_gui SHARED
         ui/Fence.cpp
         ui/GraphicBuffer.cpp
         ui/PixelFormat.cpp
+        ui/Rect.cpp
         ui/Size.cpp
         gui/BLASTBufferQueue.cpp
         gui/BufferItem.cpp
         gui/BufferItemConsumer.cpp
+        gui/BufferQueue.cpp
+        gui/BufferQueueConsumer.cpp
         gui/BufferQueueCore.cpp
+        gui/BufferQueueProducer.cpp
         gui/BufferSlot.cpp
         gui/ConsumerBase.cpp
         gui/HostCompositor.cpp
+        gui/HostSurface.cpp
         gui/ITransactionCompletedListener.cpp
         gui/SurfaceComposerClient.cpp
         gui/SurfaceControl.cpp
         gui/TransactionCompletedListener.cpp
     PUBLIC_INCLUDES ${CMAKE_CURRENT_SOURCE_DIR}/include
-    DEPS talvex_host_binder android::utils android::log android::base android::cutils)
+    DEPS talvex_host_binder android::utils android::log android::base android::cutils
+         gui_talvex_utils)
+# The model carries libgui's integration patch (integration/android14), built in as libgui's own
+# build turns it on.
+target_compile_definitions(talvex_host_gui PRIVATE TALVEX_LIBGUI_HOOKS)

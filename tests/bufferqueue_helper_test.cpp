@@ -77,17 +77,17 @@ std::vector<std::string> helperTexts(const LogCapture& logs, int priority) {
 }
 
 TEST(CoreStateDump, EveryKindOfSlotPrintsInOrderWithItsStateColumn) {
-    sp<android::BufferQueueCore> core(new android::BufferQueueCore());
-    core->hostSetConsumerName(android::String8("core"));
-    core->hostSetConnectedApi(1, 1234);
-    ASSERT_EQ(android::NO_ERROR, core->hostSetDefaultBufferSize(100, 50));
-    ASSERT_EQ(android::NO_ERROR, core->hostSetMaxDequeuedBufferCount(5));
-    ASSERT_EQ(android::NO_ERROR, core->hostQueueBuffer(core->hostDequeueBuffer()));
-    ASSERT_TRUE(core->hostAcquireBuffer(nullptr));
-    ASSERT_EQ(android::NO_ERROR, core->hostQueueBuffer(core->hostDequeueBuffer()));
-    core->hostDequeueBuffer();                    // dequeued with its buffer
-    core->hostDequeueBuffer(/*allocate=*/false);  // dequeued, buffer still being allocated
-    ASSERT_EQ(android::NO_ERROR, core->hostCancelBuffer(core->hostDequeueBuffer()));
+    HostQueue queue;
+    const sp<android::BufferQueueCore>& core = queue.core;
+    queue.itemConsumer->setName(android::String8("core"));
+    ASSERT_EQ(android::NO_ERROR, queue.consumer->setDefaultBufferSize(100, 50));
+    ASSERT_EQ(android::NO_ERROR, queue.producer->setMaxDequeuedBufferCount(5));
+    ASSERT_EQ(android::NO_ERROR, queue.queue(queue.dequeue()));
+    ASSERT_EQ(android::NO_ERROR, queue.acquire());
+    ASSERT_EQ(android::NO_ERROR, queue.queue(queue.dequeue()));
+    queue.dequeue();                                // dequeued with its buffer
+    core->hostDropDequeuedBuffer(queue.dequeue());  // dequeued, buffer still being allocated
+    ASSERT_EQ(android::NO_ERROR, queue.cancel(queue.dequeue()));
     const auto s = core->hostSnapshot();
     ASSERT_EQ((std::set<int>{0, 1, 2, 3}), s.activeBuffers);
     ASSERT_EQ((std::list<int>{4}), s.freeBuffers);
@@ -95,7 +95,7 @@ TEST(CoreStateDump, EveryKindOfSlotPrintsInOrderWithItsStateColumn) {
 
     // The prefix: the id in hex without 0x, then the creating process (the id's upper half).
     const std::string p =
-        StringPrintf("[core](id:%" PRIx64 ",api:1,p:1234,c:%d)", s.uniqueId, getpid());
+        StringPrintf("[core](id:%" PRIx64 ",api:1,p:%d,c:%d)", s.uniqueId, getpid(), getpid());
     std::vector<std::string> expected;
     const auto add = [&](const std::string& text) { expected.push_back(p + text); };
     const auto withBuffer = [&](const char* marker, int slot, const char* column, int frame) {
@@ -400,9 +400,12 @@ TEST(BufferQueueHelperRoad, LibguiThreadsNeitherDeadlockNorRaceNorLoseADump) {
         record->callSurfaceFlingerByLayer(nullptr, 0);  // caches the compositor before threads
         LogCapture logs;
         std::vector<std::thread> threads;
+        android::HostSurface app(bbq->getIGraphicBufferProducer());
+        ASSERT_EQ(android::NO_ERROR, app.connect());
         threads.emplace_back([&] {  // producer: a buffer; arm, then trigger under the core's lock
             for (int i = 0; i < kRounds; ++i) {
-                bbq->hostCore()->hostCancelBuffer(bbq->hostCore()->hostDequeueBuffer());
+                int slot = -1;
+                if (app.dequeueBuffer(&slot) == android::NO_ERROR) app.cancelBuffer(slot);
                 helper->registerBBQDumpCallback(bbq->hostCore().get(), bbq.get());
                 triggerUnderCoreLock(helper, bbq);
             }

@@ -15,8 +15,8 @@
  */
 
 // The host libgui models, as far as the library's dumps and the simulator rely on them: slot
-// bookkeeping through a buffer's transitions and the BLAST queue's bookkeeping through a frame's
-// life.
+// bookkeeping through a buffer's transitions between producer and consumer, and the BLAST
+// queue's frame flow as Android 14 plays it.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -29,14 +29,13 @@ namespace talvex::test {
 namespace {
 
 using android::BufferQueueCore;
-using android::Fence;
-using android::ReleaseCallbackId;
 using android::sp;
+using android::SurfaceComposerClient;
 using android::TransactionCompletedListener;
 
-// One step on a core: 'D' dequeue (expect: the slot), 'd' dequeue without allocating, 'Q' queue,
-// 'A' acquire (expect: true/false), 'R' release with the slot's frame number, 'S' release with a
-// stale one, 'C' cancel (expect: the status).
+// One step on a queue: 'D' dequeue (expect: the slot, or -1), 'Q' queue, 'A' acquire, 'R'
+// release with the slot's frame number, 'S' release with a stale one, 'C' cancel (expect: the
+// status).
 struct Step {
     char op;
     int slot;
@@ -65,33 +64,42 @@ std::string summary(const BufferQueueCore::HostSnapshot& snap) {
     return text;
 }
 
-// Returns what `step` returns on `core`.
-int run(BufferQueueCore& core, const Step& step) {
-    const uint64_t frame = core.hostSnapshot().slots[step.slot].mFrameNumber;
-    if (step.op == 'D' || step.op == 'd') return core.hostDequeueBuffer(step.op == 'D');
-    if (step.op == 'Q') return core.hostQueueBuffer(step.slot);
-    if (step.op == 'A') return core.hostAcquireBuffer(nullptr);
-    if (step.op == 'C') return core.hostCancelBuffer(step.slot);
-    return core.hostReleaseBuffer(step.slot, step.op == 'R' ? frame : frame + 9);
+// Returns what `step` returns on `queue`.
+int run(HostQueue& queue, const Step& step) {
+    const uint64_t frame = queue.core->hostSnapshot().slots[step.slot].mFrameNumber;
+    switch (step.op) {
+        case 'D':
+            return queue.dequeue();
+        case 'Q':
+            return queue.queue(step.slot);
+        case 'A':
+            return queue.acquire();
+        case 'C':
+            return queue.cancel(step.slot);
+        default:
+            return queue.release(step.slot, step.op == 'R' ? frame : frame + 9);
+    }
 }
 
 class HostSlots : public ::testing::TestWithParam<SlotCase> {};
 
 // Every slot is in exactly one of free slots, free buffers, active buffers and unused slots.
 TEST_P(HostSlots, EachSlotSitsInExactlyOneSetAfterEveryStep) {
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    ASSERT_EQ(android::NO_ERROR, core->hostSetMaxDequeuedBufferCount(3));  // slots 0 to 3
+    HostQueue queue;
+    ASSERT_EQ(android::NO_ERROR, queue.producer->setMaxDequeuedBufferCount(3));  // slots 0 to 3
     for (const Step& step : GetParam().steps) {
-        EXPECT_EQ(step.expect, run(*core, step)) << step.op << step.slot;
+        EXPECT_EQ(step.expect, run(queue, step)) << step.op << step.slot;
         std::string why;
-        EXPECT_TRUE(core->hostCheckSlotInvariant(&why)) << step.op << step.slot << ": " << why;
+        EXPECT_TRUE(queue.core->hostCheckSlotInvariant(&why)) << step.op << step.slot << ": " << why;
     }
-    EXPECT_EQ(GetParam().end, summary(core->hostSnapshot()));
-    EXPECT_EQ(60u, core->hostSnapshot().unusedSlots.size());
+    EXPECT_EQ(GetParam().end, summary(queue.core->hostSnapshot()));
+    EXPECT_EQ(60u, queue.core->hostSnapshot().unusedSlots.size());
 }
 
-constexpr int kNoSlot = BufferQueueCore::INVALID_BUFFER_SLOT;
 constexpr int kBad = android::BAD_VALUE;
+constexpr int kNone = android::BufferQueue::NO_BUFFER_AVAILABLE;
+constexpr int kStale = android::IGraphicBufferConsumer::STALE_BUFFER_SLOT;
+constexpr int kInvalid = android::INVALID_OPERATION;
 
 INSTANTIATE_TEST_SUITE_P(
     Transitions, HostSlots,
@@ -102,57 +110,106 @@ INSTANTIATE_TEST_SUITE_P(
         SlotCase{"Queued",
                  {{'D', 0, 0}, {'Q', 0, 0}},
                  "QUEUED FREE FREE FREE | active 0 | free buffers | free slots 1 2 3 "},
-        SlotCase{"Acquired",
-                 {{'D', 0, 0}, {'Q', 0, 0}, {'A', 0, true}, {'A', 0, false}, {'S', 0, 1}},
+        SlotCase{"AcquiredOnceAndReleasedOnlyWithItsFrame",
+                 {{'D', 0, 0}, {'Q', 0, 0}, {'A', 0, 0}, {'A', 0, kNone}, {'S', 0, kStale}},
                  "ACQUIRED FREE FREE FREE | active 0 | free buffers | free slots 1 2 3 "},
         SlotCase{"ReleasedKeepsItsBuffer",
-                 {{'D', 0, 0}, {'Q', 0, 0}, {'A', 0, true}, {'R', 0, 0}, {'R', 0, kBad}},
+                 {{'D', 0, 0}, {'Q', 0, 0}, {'A', 0, 0}, {'R', 0, 0}, {'R', 0, kBad}},
                  "FREE FREE FREE FREE | active | free buffers 0 | free slots 1 2 3 "},
         SlotCase{"CancelledKeepsItsBufferWhichIsReusedFirst",
                  {{'D', 0, 0}, {'D', 0, 1}, {'C', 1, 0}, {'Q', 1, kBad}, {'D', 0, 1}, {'C', 0, 0}},
                  "FREE DEQUEUED FREE FREE | active 1 | free buffers 0 | free slots 2 3 "},
-        SlotCase{"UnallocatedCancelGoesBackToFreeSlots",
-                 {{'d', 0, 0}, {'Q', 0, kBad}, {'C', 0, 0}},
-                 "FREE FREE FREE FREE | active | free buffers | free slots 0 1 2 3 "},
-        SlotCase{"AtMostMaxDequeued",
-                 {{'D', 0, 0}, {'D', 0, 1}, {'D', 0, 2}, {'D', 0, kNoSlot}},
-                 "DEQUEUED DEQUEUED DEQUEUED FREE | active 0 1 2 | free buffers | free slots 3 "}),
+        SlotCase{"AtMostMaxDequeuedOnceOneWasQueued",
+                 {{'D', 0, 0}, {'Q', 0, 0}, {'D', 0, 1}, {'D', 0, 2}, {'D', 0, 3}, {'D', 0, -1}},
+                 "QUEUED DEQUEUED DEQUEUED DEQUEUED | active 0 1 2 3 | free buffers | free slots "},
+        SlotCase{"AtMostOneAcquiredOverTheMaximum",
+                 {{'D', 0, 0},
+                  {'Q', 0, 0},
+                  {'D', 0, 1},
+                  {'Q', 1, 0},
+                  {'D', 0, 2},
+                  {'Q', 2, 0},
+                  {'A', 0, 0},
+                  {'A', 0, 0},
+                  {'A', 0, kInvalid}},
+                 "ACQUIRED ACQUIRED QUEUED FREE | active 0 1 2 | free buffers | free slots 3 "}),
     [](const auto& info) { return std::string(info.param.name); });
 
+// A BLAST queue with an EGL app drawing into it.
 class HostBlastFrame : public ::testing::Test {
 protected:
-    void SetUp() override { mListener->hostClear(); }
+    void SetUp() override {
+        mListener->hostClear();
+        ASSERT_EQ(android::NO_ERROR, mSurface.connect());
+    }
     void TearDown() override { mListener->hostClear(); }
 
+    // Draws one frame; returns its frame number.
+    uint64_t draw() {
+        int slot = -1;
+        uint64_t frame = 0;
+        EXPECT_EQ(android::NO_ERROR, mSurface.dequeueBuffer(&slot));
+        EXPECT_EQ(android::NO_ERROR, mSurface.queueBuffer(slot, 0, &frame));
+        return frame;
+    }
+
     sp<TransactionCompletedListener> mListener = TransactionCompletedListener::getInstance();
-    sp<android::SurfaceControl> mSurface = makeSurfaceControl(20, "flow");
-    sp<android::BLASTBufferQueue> mBbq = makeBlastBufferQueue("flow", mSurface, 16, 16);
+    sp<android::SurfaceControl> mLayer = makeSurfaceControl(20, "flow");
+    sp<android::BLASTBufferQueue> mBbq = makeBlastBufferQueue("flow", mLayer, 16, 16);
+    android::HostSurface mSurface{mBbq->getIGraphicBufferProducer()};
 };
 
-// The names the BLAST dump prints, as AOSP builds them.
+// The names the BLAST dump prints, as libgui builds them.
 TEST_F(HostBlastFrame, IsNamedAsLibguiNamesIt) {
     const std::string id = std::to_string(mBbq->hostProducerId());
     EXPECT_EQ("flow#" + id, mBbq->hostName());
     EXPECT_EQ("QueuedBuffer - flow#" + id + "BLAST#" + id, mBbq->hostQueuedBufferTrace());
 }
 
-TEST_F(HostBlastFrame, SyncAndHeldTransactionsAreKeptUntilTheirFrame) {
-    android::SurfaceComposerClient::Transaction held;
+// With nothing released, the queue holds two buffers over the compositor's maximum (one): the
+// fourth frame waits.
+TEST_F(HostBlastFrame, HoldsAtMostTwoBuffersOverTheCompositorsMaximum) {
+    ASSERT_EQ(android::NO_ERROR, mBbq->getIGraphicBufferProducer()->setMaxDequeuedBufferCount(3));
+    for (int i = 0; i < 4; ++i) draw();
+    const auto snap = mBbq->hostSnapshot();
+    EXPECT_EQ(3, snap.numAcquired);
+    EXPECT_EQ(1, snap.numFrameAvailable);
+    EXPECT_EQ(3u, snap.lastAcquiredFrameNumber);
+}
+
+// A synced frame goes to the sync's owner; a frame queued behind it waits, with the transaction
+// held for it, until the sync's commit comes back.
+TEST_F(HostBlastFrame, FrameBehindASyncWaitsForTheSyncsCommit) {
+    SurfaceComposerClient::Transaction held;
     mBbq->mergeWithNextTransaction(&held, 2);
-    android::SurfaceComposerClient::Transaction sync;
-    android::SurfaceComposerClient::Transaction* delivered = nullptr;
-    mBbq->hostSetSyncTransaction(&sync);
-    mBbq->hostSetTransactionReadyCallback([&](auto* t) { delivered = t; });
-    ASSERT_EQ(1u, mBbq->hostQueueNewFrame());
+    SurfaceComposerClient::Transaction* delivered = nullptr;
+    ASSERT_TRUE(
+        mBbq->syncNextTransaction([&](SurfaceComposerClient::Transaction* t) { delivered = t; }));
+    ASSERT_EQ(1u, draw());
+    ASSERT_NE(nullptr, delivered);
+    EXPECT_EQ(std::optional<uint64_t>(1), delivered->hostFrameNumber(mLayer));
+    EXPECT_EQ(std::unordered_set<uint64_t>{1}, mBbq->hostSnapshot().syncedFrameNumbers);
+
+    ASSERT_EQ(2u, draw());
     auto snap = mBbq->hostSnapshot();
-    EXPECT_EQ(&sync, delivered);
-    EXPECT_EQ(std::optional<uint64_t>(1), sync.hostFrameNumber(mSurface));
-    EXPECT_EQ(std::unordered_set<uint64_t>{1}, snap.syncedFrameNumbers);
-    EXPECT_FALSE(snap.appliedLastTransaction);
-    EXPECT_EQ(nullptr, snap.syncTransaction);
+    EXPECT_EQ(1, snap.numFrameAvailable) << "frame 2 waits in the shadow queue";
     EXPECT_EQ(1u, snap.pendingTransactionCount);
-    ASSERT_EQ(2u, mBbq->hostQueueNewFrame());
-    EXPECT_EQ(0u, mBbq->hostSnapshot().pendingTransactionCount);
+
+    // The compositor commits the sync transaction.
+    bool committed = false;
+    for (const auto& id : delivered->hostCallbackIds()) {
+        if (id.type != android::CallbackId::Type::ON_COMMIT) continue;
+        android::SurfaceControlStats stat(mLayer, 0, 0, android::Fence::NO_FENCE,
+                                          android::Fence::NO_FENCE, std::nullopt);
+        stat.frameEventStats.frameNumber = 1;
+        committed = mListener->hostCompleteCallback(id, 0, android::Fence::NO_FENCE, {stat});
+    }
+    ASSERT_TRUE(committed);
+    snap = mBbq->hostSnapshot();
+    EXPECT_EQ(0, snap.numFrameAvailable);
+    EXPECT_EQ(2u, snap.lastAcquiredFrameNumber);
+    EXPECT_EQ(0u, snap.pendingTransactionCount) << "the held transaction went with frame 2";
+    delete delivered;
 }
 
 }  // namespace

@@ -17,42 +17,64 @@
 #undef LOG_TAG
 #define LOG_TAG "BLASTBufferQueue"
 
+#include <android-base/thread_annotations.h>
 #include <gui/BLASTBufferQueue.h>
+#include <gui/BufferQueueConsumer.h>
+#include <gui/BufferQueueCore.h>
+#include <gui/BufferQueueProducer.h>
 #include <utils/String8.h>
 
 #include <algorithm>
 #include <atomic>
+#include <limits>
+
+#ifdef TALVEX_LIBGUI_HOOKS
+#include <libgui_interface/hook/IBufferQueueHelper.h>
+#include <libgui_interface/hook/IFrameRecord.h>
+
+#include <future>
+#endif
 
 namespace android {
+
+#ifdef TALVEX_LIBGUI_HOOKS
+using libgui_interface::hook::FrameStartStatus;
+using libgui_interface::hook::FrameType;
+using libgui_interface::hook::getBufferQueueHelper;
+using libgui_interface::hook::getFrameRecordIns;
+// Records a step of frame `frameNumber` of this queue's layer in the talvex frame record.
+#define TALVEX_FRAME_EVENT(frameNumber, ...)                                                    \
+    do {                                                                                        \
+        if (mSurfaceControl != nullptr) {                                                       \
+            getFrameRecordIns()->setLayerFrameEvent(mSurfaceControl->getLayerId(), frameNumber, \
+                                                    __VA_ARGS__);                               \
+        }                                                                                       \
+    } while (0)
+#else
+#define TALVEX_FRAME_EVENT(frameNumber, ...)
+#endif
 
 // ---------------------------------------------------------------------------
 // BLASTBufferItemConsumer
 
-BLASTBufferItemConsumer::BLASTBufferItemConsumer(const sp<BufferQueueCore>& core,
-                                                 uint64_t consumerUsage, int bufferCount,
-                                                 bool controlledByApp, wp<BLASTBufferQueue> bbq)
-    : BufferItemConsumer(core, consumerUsage, bufferCount, controlledByApp),
-      mBLASTBufferQueue(std::move(bbq)) {}
-
-void BLASTBufferItemConsumer::getConnectionEvents(uint64_t /*frameNumber*/, bool* needsDisconnect) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (needsDisconnect != nullptr) {
-        *needsDisconnect = mPreviouslyConnected && !mCurrentlyConnected;
-    }
-    mPreviouslyConnected = mCurrentlyConnected;
-}
-
 void BLASTBufferItemConsumer::onDisconnect() {
-    std::lock_guard<std::mutex> lock(mMutex);
+    Mutex::Autolock lock(mMutex);
     mPreviouslyConnected = mCurrentlyConnected;
     mCurrentlyConnected = false;
+    if (mPreviouslyConnected) mDisconnectEvents.push(mCurrentFrameNumber);
 }
 
-void BLASTBufferItemConsumer::hostOnConnect() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mPreviouslyConnected = mCurrentlyConnected;
-    mCurrentlyConnected = true;
+void BLASTBufferItemConsumer::getConnectionEvents(uint64_t frameNumber, bool* needsDisconnect) {
+    bool disconnect = false;
+    Mutex::Autolock lock(mMutex);
+    while (!mDisconnectEvents.empty() && mDisconnectEvents.front() <= frameNumber) {
+        disconnect = true;
+        mDisconnectEvents.pop();
+    }
+    if (needsDisconnect != nullptr) *needsDisconnect = disconnect;
 }
+
+void BLASTBufferItemConsumer::onSidebandStreamChanged() {}
 
 // ---------------------------------------------------------------------------
 // BLASTBufferQueue
@@ -65,131 +87,492 @@ BLASTBufferQueue::BLASTBufferQueue(const std::string& name, bool updateDestinati
       mTransactionReadyCallback(nullptr),
       mSyncTransaction(nullptr),
       mUpdateDestinationFrame(updateDestinationFrame) {
-    mCore = new BufferQueueCore();
+    createBufferQueue(&mProducer, &mConsumer);
+    // The producer is in this process: its dequeueBuffer() blocks until a slot is free.
+    mProducer->setDequeueTimeout(std::numeric_limits<int64_t>::max());
+    // A safe default; most producers set their own.
+    mProducer->setMaxDequeuedBufferCount(2);
     mBufferItemConsumer = new BLASTBufferItemConsumer(
-        mCore, GraphicBuffer::USAGE_HW_COMPOSER | GraphicBuffer::USAGE_HW_TEXTURE, 1, false, this);
-    static std::atomic<uint32_t> nextId{0};
+        mConsumer, GraphicBuffer::USAGE_HW_COMPOSER | GraphicBuffer::USAGE_HW_TEXTURE, 1, false,
+        this);
+    static std::atomic<uint32_t> nextId = 0;
     mProducerId = nextId++;
     mName = name + "#" + std::to_string(mProducerId);
-    auto consumerName = mName + "(BLAST Consumer)" + std::to_string(mProducerId);
+    const std::string consumerName = mName + "(BLAST Consumer)" + std::to_string(mProducerId);
     mQueuedBufferTrace = "QueuedBuffer - " + mName + "BLAST#" + std::to_string(mProducerId);
     mBufferItemConsumer->setName(String8(consumerName.c_str()));
     mBufferItemConsumer->setFrameAvailableListener(this);
-    mBufferItemConsumer->setBufferFreedListener(this);
-    // Safe default, most producers are expected to override this (as AOSP).
-    mCore->hostSetMaxDequeuedBufferCount(2);
 
-    // The compositor's answer to getMaxAcquiredBufferCount; 1 unless it says otherwise.
+    // The compositor says how many buffers a layer may hold; the host compositor allows one.
     mBufferItemConsumer->setMaxAcquiredBufferCount(mMaxAcquiredBuffers);
-    mCurrentMaxAcquiredBufferCount = static_cast<uint32_t>(mMaxAcquiredBuffers);
+    std::lock_guard<std::mutex> lock(mMutex);
+    mCurrentMaxAcquiredBufferCount = mMaxAcquiredBuffers;
     mNumAcquired = 0;
     mNumFrameAvailable = 0;
 }
 
-BLASTBufferQueue::~BLASTBufferQueue() {
-    mBufferItemConsumer->abandon();
+BLASTBufferQueue::BLASTBufferQueue(const std::string& name, const sp<SurfaceControl>& surface,
+                                   int width, int height, int32_t format)
+    : BLASTBufferQueue(name) {
+    update(surface, width, height, format);
 }
 
-void BLASTBufferQueue::onFrameAvailable(const BufferItem& item) {
-    std::function<void(SurfaceComposerClient::Transaction*)> prevCallback;
-    SurfaceComposerClient::Transaction* prevTransaction = nullptr;
+BLASTBufferQueue::~BLASTBufferQueue() {
+#ifdef TALVEX_LIBGUI_HOOKS
+    // No dump may read this queue once its members go. Unregister it; a trigger that copied the
+    // registration queues its dump with the core's lock held, so taking that lock (query does)
+    // waits for it; then wait for the dumper thread to run every dump queued so far.
+    getBufferQueueHelper()->clearRegisteredCallback(mCore.get());
+    int talvexUnused = 0;
+    mProducer->query(NATIVE_WINDOW_WIDTH, &talvexUnused);
+    auto talvexDrained = std::make_shared<std::promise<void>>();
+    std::future<void> talvexDone = talvexDrained->get_future();
+    getFrameRecordIns()->pushTaskAndStart([talvexDrained] { talvexDrained->set_value(); });
+    talvexDrained.reset();  // a dropped task breaks the promise, which ends the wait too
+    talvexDone.wait();
+    if (mSurfaceControl != nullptr) {
+        getFrameRecordIns()->clearFrameContent(mSurfaceControl->getLayerId(), this);
+    }
+#endif
+    // Held transactions still go to the compositor, and a pending sync still gets its callback.
+    std::function<void(SurfaceComposerClient::Transaction*)> readyCallback;
+    SurfaceComposerClient::Transaction* syncTransaction = nullptr;
+    SurfaceComposerClient::Transaction t;
     {
         std::lock_guard<std::mutex> lock(mMutex);
-        mNumFrameAvailable++;
-        if (mHostPatchPoints != nullptr) {
-            mHostPatchPoints->frameAvailableLocked(item.mFrameNumber,
-                                                   static_cast<bool>(mTransactionReadyCallback),
-                                                   mNumFrameAvailable, mNumAcquired);
-        }
-        if (!mTransactionReadyCallback) {
-            acquireNextBufferLocked(nullptr);
-            return;
-        }
-        // A sync is waiting for this frame: acquire it into the sync transaction.
-        acquireNextBufferLocked(mSyncTransaction);
-        if (mSyncTransaction != nullptr) mSyncedFrameNumbers.emplace(mLastAcquiredFrameNumber);
-        if (mAcquireSingleBuffer) {
-            prevCallback = std::move(mTransactionReadyCallback);
-            prevTransaction = mSyncTransaction;
-            mTransactionReadyCallback = nullptr;
-            mSyncTransaction = nullptr;
-        }
+        if (mPendingTransactions.empty()) return;
+        mergePendingTransactions(&t, std::numeric_limits<uint64_t>::max());
+        readyCallback = mTransactionReadyCallback;
+        syncTransaction = mSyncTransaction;
     }
-    // Called without the lock: the callback may call back into the queue.
-    if (prevCallback) prevCallback(prevTransaction);
+    t.apply(false, true);
+    if (readyCallback) readyCallback(syncTransaction);
 }
 
-bool BLASTBufferQueue::maxBuffersAcquired(bool includeExtraAcquire) const {
-    const int maxAcquiredBuffers = mMaxAcquiredBuffers + (includeExtraAcquire ? 2 : 1);
-    return mNumAcquired >= maxAcquiredBuffers;
+void BLASTBufferQueue::update(const sp<SurfaceControl>& surface, uint32_t width, uint32_t height,
+                              int32_t format) {
+    LOG_ALWAYS_FATAL_IF(surface == nullptr, "BLASTBufferQueue: mSurfaceControl must not be NULL");
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mFormat != format) {
+        mFormat = format;
+        mBufferItemConsumer->setDefaultBufferFormat(convertBufferFormat(format));
+    }
+    const bool surfaceControlChanged = !SurfaceControl::isSameSurface(mSurfaceControl, surface);
+    bool applyTransaction = false;
+#ifdef TALVEX_LIBGUI_HOOKS
+    // A queue may be dumped once it has a layer: register its core with its first surface.
+    if (mSurfaceControl == nullptr) {
+        getBufferQueueHelper()->registerBBQDumpCallback(mCore.get(), this);
+    }
+#endif
+    // Always take the new object: it carries the window manager's latest transform hint.
+    mSurfaceControl = surface;
+#ifdef TALVEX_LIBGUI_HOOKS
+    getFrameRecordIns()->updateFrameAndGetContent(mSurfaceControl.get(), mName, this);
+#endif
+    SurfaceComposerClient::Transaction t;
+    if (surfaceControlChanged) applyTransaction = true;
+    mTransformHint = mSurfaceControl->getTransformHint();
+    mBufferItemConsumer->setTransformHint(mTransformHint);
+
+    const ui::Size newSize(width, height);
+    if (mRequestedSize != newSize) {
+        mRequestedSize.set(newSize);
+        mBufferItemConsumer->setDefaultBufferSize(mRequestedSize.width, mRequestedSize.height);
+#ifdef TALVEX_LIBGUI_HOOKS
+        getBufferQueueHelper()->resetBBQRequestSize(
+            &mRequestedSize, &mSize, static_cast<ConsumerBase*>(mBufferItemConsumer.get()), 1, 1);
+#endif
+        // A buffer that scales can show the new size at once; a frozen one waits for a buffer
+        // of that size.
+        if (mLastBufferInfo.scalingMode != NATIVE_WINDOW_SCALING_MODE_FREEZE) {
+            mSize = mRequestedSize;
+            if (mUpdateDestinationFrame) applyTransaction = true;
+        }
+    }
+    if (applyTransaction) t.apply(false, true);
 }
 
-void BLASTBufferQueue::acquireNextBufferLocked(SurfaceComposerClient::Transaction* transaction) {
-    // With a transaction to fill, one more buffer may be held.
-    const bool includeExtraAcquire = transaction != nullptr;
-    if (mNumFrameAvailable == 0) return;
-    if (maxBuffersAcquired(includeExtraAcquire)) {
-        if (mHostPatchPoints != nullptr) mHostPatchPoints->cannotAcquireLocked(this);
-        return;
+namespace {
+
+std::optional<SurfaceControlStats> findMatchingStat(const std::vector<SurfaceControlStats>& stats,
+                                                    const sp<SurfaceControl>& sc) {
+    for (const auto& stat : stats) {
+        if (SurfaceControl::isSameSurface(sc, stat.surfaceControl)) return stat;
     }
-    if (mSurfaceControl == nullptr) return;
+    return std::nullopt;
+}
+
+// The queue stays alive until each callback it registered has come back (the incStrong at
+// registration is balanced in the callback).
+void transactionCommittedCallbackThunk(void* context, nsecs_t latchTime,
+                                       const sp<Fence>& presentFence,
+                                       const std::vector<SurfaceControlStats>& stats) {
+    if (context == nullptr) return;
+    sp<BLASTBufferQueue> bq = static_cast<BLASTBufferQueue*>(context);
+    bq->transactionCommittedCallback(latchTime, presentFence, stats);
+}
+
+void transactionCallbackThunk(void* context, nsecs_t latchTime, const sp<Fence>& presentFence,
+                              const std::vector<SurfaceControlStats>& stats) {
+    if (context == nullptr) return;
+    sp<BLASTBufferQueue> bq = static_cast<BLASTBufferQueue*>(context);
+    bq->transactionCallback(latchTime, presentFence, stats);
+}
+
+// A release does not keep the queue alive: a queue that is gone has given its buffers back.
+void releaseBufferCallbackThunk(wp<BLASTBufferQueue> context, const ReleaseCallbackId& id,
+                                const sp<Fence>& releaseFence,
+                                std::optional<uint32_t> currentMaxAcquiredBufferCount) {
+    if (sp<BLASTBufferQueue> blastBufferQueue = context.promote()) {
+        blastBufferQueue->releaseBufferCallback(id, releaseFence, currentMaxAcquiredBufferCount);
+    }
+}
+
+ui::Size getBufferSize(const BufferItem& item) {
+    uint32_t bufWidth = item.mGraphicBuffer->getWidth();
+    uint32_t bufHeight = item.mGraphicBuffer->getHeight();
+    if (item.mTransform & NATIVE_WINDOW_TRANSFORM_ROT_90) std::swap(bufWidth, bufHeight);
+    return ui::Size(bufWidth, bufHeight);
+}
+
+}  // namespace
+
+void BLASTBufferQueue::transactionCommittedCallback(nsecs_t /*latchTime*/,
+                                                    const sp<Fence>& /*presentFence*/,
+                                                    const std::vector<SurfaceControlStats>& stats) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (!mSurfaceControlsWithPendingCallback.empty()) {
+        const sp<SurfaceControl> pendingSC = mSurfaceControlsWithPendingCallback.front();
+        if (std::optional<SurfaceControlStats> stat = findMatchingStat(stats, pendingSC)) {
+            // Frames held behind a sync go once no synced frame waits for its commit.
+            mSyncedFrameNumbers.erase(stat->frameEventStats.frameNumber);
+            TALVEX_FRAME_EVENT(stat->frameEventStats.frameNumber,
+                               FrameType::transactionCommittedCallback);
+            if (mSyncedFrameNumbers.empty()) flushShadowQueue();
+        }
+    }
+    decStrong(reinterpret_cast<void*>(transactionCommittedCallbackThunk));
+}
+
+void BLASTBufferQueue::transactionCallback(nsecs_t /*latchTime*/, const sp<Fence>& /*presentFence*/,
+                                           const std::vector<SurfaceControlStats>& stats) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (!mSurfaceControlsWithPendingCallback.empty()) {
+        const sp<SurfaceControl> pendingSC = mSurfaceControlsWithPendingCallback.front();
+        mSurfaceControlsWithPendingCallback.pop();
+        if (std::optional<SurfaceControlStats> statsOptional = findMatchingStat(stats, pendingSC)) {
+            const SurfaceControlStats& stat = *statsOptional;
+            TALVEX_FRAME_EVENT(stat.frameEventStats.frameNumber, FrameType::transactionCallback);
+            if (stat.transformHint) {
+                mTransformHint = *stat.transformHint;
+                mBufferItemConsumer->setTransformHint(mTransformHint);
+            }
+            // A completed frame means every older submitted buffer is off screen: release those
+            // whose own release has not come, so a lost release cannot hold a buffer.
+            const uint64_t currFrameNumber = stat.frameEventStats.frameNumber;
+            std::vector<ReleaseCallbackId> staleReleases;
+            for (const auto& [key, value] : mSubmitted) {
+                if (currFrameNumber > key.framenumber) staleReleases.push_back(key);
+            }
+            for (const auto& staleRelease : staleReleases) {
+                releaseBufferCallbackLocked(
+                    staleRelease,
+                    stat.previousReleaseFence ? stat.previousReleaseFence : Fence::NO_FENCE,
+                    stat.currentMaxAcquiredBufferCount, true /* fakeRelease */);
+            }
+        }
+    }
+    decStrong(reinterpret_cast<void*>(transactionCallbackThunk));
+}
+
+void BLASTBufferQueue::flushShadowQueue() {
+    int numFramesToFlush = mNumFrameAvailable;
+    while (numFramesToFlush > 0) {
+        acquireNextBufferLocked(std::nullopt);
+        numFramesToFlush--;
+    }
+}
+
+void BLASTBufferQueue::releaseBufferCallback(const ReleaseCallbackId& id,
+                                             const sp<Fence>& releaseFence,
+                                             std::optional<uint32_t> currentMaxAcquiredBufferCount) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    releaseBufferCallbackLocked(id, releaseFence, currentMaxAcquiredBufferCount,
+                                false /* fakeRelease */);
+}
+
+void BLASTBufferQueue::releaseBufferCallbackLocked(
+    const ReleaseCallbackId& id, const sp<Fence>& releaseFence,
+    std::optional<uint32_t> currentMaxAcquiredBufferCount, bool fakeRelease) {
+    // An EGL producer at a refresh rate below the display's keeps buffers back to keep its
+    // latency; other producers get every buffer back at once.
+    const auto it = mSubmitted.find(id);
+    const bool isEGL = it != mSubmitted.end() && it->second.mApi == NATIVE_WINDOW_API_EGL;
+    if (currentMaxAcquiredBufferCount) {
+        mCurrentMaxAcquiredBufferCount = *currentMaxAcquiredBufferCount;
+    }
+    const uint32_t numPendingBuffersToHold =
+        isEGL
+            ? std::max(0, mMaxAcquiredBuffers - static_cast<int32_t>(mCurrentMaxAcquiredBufferCount))
+            : 0;
+
+    const ReleasedBuffer rb{id, releaseFence};
+    if (std::find(mPendingRelease.begin(), mPendingRelease.end(), rb) == mPendingRelease.end()) {
+        mPendingRelease.emplace_back(rb);
+        TALVEX_FRAME_EVENT(id.framenumber, fakeRelease ? FrameType::FakeReleaseCallback
+                                                       : FrameType::releaseBufferCallback);
+    }
+
+    while (mPendingRelease.size() > numPendingBuffersToHold) {
+        const auto releasedBuffer = mPendingRelease.front();
+        mPendingRelease.pop_front();
+        releaseBuffer(releasedBuffer.callbackId, releasedBuffer.releaseFence);
+        // While synced frames wait, onFrameAvailable() takes the buffers, into the sync.
+        if (mSyncedFrameNumbers.empty()) acquireNextBufferLocked(std::nullopt);
+    }
+    mCallbackCV.notify_all();
+}
+
+void BLASTBufferQueue::releaseBuffer(const ReleaseCallbackId& callbackId,
+                                     const sp<Fence>& releaseFence) {
+    auto it = mSubmitted.find(callbackId);
+    if (it == mSubmitted.end()) return;
+    mNumAcquired--;
+    TALVEX_FRAME_EVENT(callbackId.framenumber, FrameType::releaseBufferBBQ);
+    mBufferItemConsumer->releaseBuffer(it->second, releaseFence);
+    mSubmitted.erase(it);
+    // A dropped buffer gets a release without a commit: it is no longer synced either.
+    mSyncedFrameNumbers.erase(callbackId.framenumber);
+}
+
+status_t BLASTBufferQueue::acquireNextBufferLocked(
+    const std::optional<SurfaceComposerClient::Transaction*> transaction) {
+    if (mNumFrameAvailable == 0) return BufferQueue::NO_BUFFER_AVAILABLE;
+    // The consumer may hold two buffers over the compositor's maximum.
+    if (mNumAcquired >= (mMaxAcquiredBuffers + 2)) return BufferQueue::NO_BUFFER_AVAILABLE;
+    if (mSurfaceControl == nullptr) return NAME_NOT_FOUND;
 
     SurfaceComposerClient::Transaction localTransaction;
-    const bool applyTransaction = transaction == nullptr;
-    SurfaceComposerClient::Transaction* t = applyTransaction ? &localTransaction : transaction;
+    bool applyTransaction = true;
+    SurfaceComposerClient::Transaction* t = &localTransaction;
+    if (transaction) {
+        t = *transaction;
+        applyTransaction = false;
+    }
 
     BufferItem bufferItem;
-    if (mBufferItemConsumer->acquireBuffer(&bufferItem, 0, false) != NO_ERROR) return;
+    const status_t status =
+        mBufferItemConsumer->acquireBuffer(&bufferItem, 0 /* expectedPresent */, false);
+    if (status != OK) return status;
+
+    auto buffer = bufferItem.mGraphicBuffer;
     mNumFrameAvailable--;
-    sp<GraphicBuffer> buffer = bufferItem.mGraphicBuffer;
     if (buffer == nullptr) {
         mBufferItemConsumer->releaseBuffer(bufferItem, Fence::NO_FENCE);
-        return;
+        return BAD_VALUE;
     }
     if (rejectBuffer(bufferItem)) {
         mBufferItemConsumer->releaseBuffer(bufferItem, Fence::NO_FENCE);
-        acquireNextBufferLocked(transaction);
-        return;
+        return acquireNextBufferLocked(transaction);
     }
 
     mNumAcquired++;
     mLastAcquiredFrameNumber = bufferItem.mFrameNumber;
+    TALVEX_FRAME_EVENT(bufferItem.mFrameNumber, FrameType::acquireNextBuffer);
     const ReleaseCallbackId releaseCallbackId(buffer->getId(), mLastAcquiredFrameNumber);
     mSubmitted[releaseCallbackId] = bufferItem;
-    if (mHostPatchPoints != nullptr)
-        mHostPatchPoints->bufferAcquiredLocked(bufferItem.mFrameNumber);
 
-    // The callbacks hold the queue weakly: a queue that goes away drops them (AOSP's
-    // transaction thunk holds a strong reference instead).
-    wp<BLASTBufferQueue> weak(this);
-    t->setBuffer(mSurfaceControl, buffer, bufferItem.mFence, bufferItem.mFrameNumber, mProducerId,
-                 [weak](const ReleaseCallbackId& id, const sp<Fence>& releaseFence,
-                        std::optional<uint32_t> currentMaxAcquiredBufferCount) {
-                     if (sp<BLASTBufferQueue> bbq = weak.promote()) {
-                         bbq->releaseBufferCallback(id, releaseFence, currentMaxAcquiredBufferCount);
-                     }
-                 });
-    t->addTransactionCompletedCallback(
-        [weak](void* /*context*/, nsecs_t latchTime, const sp<Fence>& presentFence,
-               const std::vector<SurfaceControlStats>& stats) {
-            if (sp<BLASTBufferQueue> bbq = weak.promote()) {
-                bbq->transactionCallback(latchTime, presentFence, stats);
-            }
-        },
-        this);
+    bool needsDisconnect = false;
+    mBufferItemConsumer->getConnectionEvents(bufferItem.mFrameNumber, &needsDisconnect);
+
+    // Stays alive until the completion comes back (transactionCallback() balances it).
+    incStrong(reinterpret_cast<void*>(transactionCallbackThunk));
+
+    // mSize follows the request once a buffer of that size arrives (or the buffer scales).
+    if (mRequestedSize == getBufferSize(bufferItem) ||
+        bufferItem.mScalingMode != NATIVE_WINDOW_SCALING_MODE_FREEZE) {
+        mSize = mRequestedSize;
+    }
+    const Rect crop = computeCrop(bufferItem);
+    mLastBufferInfo.update(true /* hasBuffer */, bufferItem.mGraphicBuffer->getWidth(),
+                           bufferItem.mGraphicBuffer->getHeight(), bufferItem.mTransform,
+                           bufferItem.mScalingMode, crop);
+
+    const wp<BLASTBufferQueue> weakThis(this);
+    auto releaseBufferCallback = [weakThis](const ReleaseCallbackId& id,
+                                            const sp<Fence>& releaseFence,
+                                            std::optional<uint32_t> currentMaxAcquiredBufferCount) {
+        releaseBufferCallbackThunk(weakThis, id, releaseFence, currentMaxAcquiredBufferCount);
+    };
+    const sp<Fence> fence = bufferItem.mFence ? bufferItem.mFence : Fence::NO_FENCE;
+    t->setBuffer(mSurfaceControl, buffer, fence, bufferItem.mFrameNumber, mProducerId,
+                 releaseBufferCallback);
+    t->addTransactionCompletedCallback(transactionCallbackThunk, static_cast<void*>(this));
     mSurfaceControlsWithPendingCallback.push(mSurfaceControl);
-    mergePendingTransactions(t, bufferItem.mFrameNumber);
 
+    {
+        std::lock_guard<std::mutex> timestampLock(mTimestampMutex);
+        mDequeueTimestamps.erase(buffer->getId());
+    }
+
+    mergePendingTransactions(t, bufferItem.mFrameNumber);
     if (applyTransaction) {
+        // One way, on the queue's own token.
         t->apply(false, true);
         mAppliedLastTransaction = true;
         mLastAppliedFrameNumber = bufferItem.mFrameNumber;
-        if (mHostPatchPoints != nullptr) {
-            mHostPatchPoints->transactionAppliedLocked(bufferItem.mFrameNumber);
-        }
+        TALVEX_FRAME_EVENT(bufferItem.mFrameNumber, FrameType::apply);
     } else {
         mAppliedLastTransaction = false;
     }
+    return OK;
+}
+
+Rect BLASTBufferQueue::computeCrop(const BufferItem& item) {
+    // The host draws no pixels: a crop that scales down is not computed.
+    return item.mCrop;
+}
+
+void BLASTBufferQueue::acquireAndReleaseBuffer() {
+    BufferItem bufferItem;
+    const status_t status =
+        mBufferItemConsumer->acquireBuffer(&bufferItem, 0 /* expectedPresent */, false);
+    if (status != OK) return;
+    mNumFrameAvailable--;
+    TALVEX_FRAME_EVENT(bufferItem.mFrameNumber, FrameType::acquireAndReleaseBuffer);
+    mBufferItemConsumer->releaseBuffer(bufferItem, bufferItem.mFence);
+}
+
+void BLASTBufferQueue::onFrameAvailable(const BufferItem& item) {
+    std::function<void(SurfaceComposerClient::Transaction*)> prevCallback = nullptr;
+    SurfaceComposerClient::Transaction* prevTransaction = nullptr;
+    {
+        std::unique_lock<std::mutex> lock{mMutex};
+        base::ScopedLockAssertion assumeLocked(mMutex);
+        const bool waitForTransactionCallback = !mSyncedFrameNumbers.empty();
+        const bool syncTransactionSet = mTransactionReadyCallback != nullptr;
+
+        if (syncTransactionSet) {
+            if (waitForTransactionCallback) {
+                // A sync waits for the previous one's commit: drop the frames queued between
+                // the two, so that the new sync takes the newest frame.
+                while (mNumFrameAvailable > 0) acquireAndReleaseBuffer();
+            } else {
+                // The sync must take this very frame: wait until no older one is queued.
+                while (mNumFrameAvailable > 0) mCallbackCV.wait(lock);
+            }
+        }
+
+        mNumFrameAvailable++;
+        // Behind a pending sync commit, keep only the newest queued frame.
+        if (waitForTransactionCallback && mNumFrameAvailable >= 2) acquireAndReleaseBuffer();
+        TALVEX_FRAME_EVENT(item.mFrameNumber,
+                           FrameStartStatus{syncTransactionSet, waitForTransactionCallback,
+                                            mNumFrameAvailable, mNumAcquired, 0});
+        TALVEX_FRAME_EVENT(item.mFrameNumber, FrameType::onFrameAvailable);
+
+        if (syncTransactionSet) {
+            // Marked synced before any wait, so a release meanwhile leaves the frame to the sync.
+            mSyncedFrameNumbers.emplace(item.mFrameNumber);
+            TALVEX_FRAME_EVENT(item.mFrameNumber, FrameType::syncNextTransaction);
+            // A sync is promised a buffer: wait for one rather than hand it over empty.
+            while (acquireNextBufferLocked(mSyncTransaction) == BufferQueue::NO_BUFFER_AVAILABLE) {
+                mCallbackCV.wait(lock);
+            }
+            // A commit callback tells when the synced frame reached the compositor.
+            incStrong(reinterpret_cast<void*>(transactionCommittedCallbackThunk));
+            mSyncTransaction->addTransactionCommittedCallback(transactionCommittedCallbackThunk,
+                                                              static_cast<void*>(this));
+            if (mAcquireSingleBuffer) {
+                prevCallback = mTransactionReadyCallback;
+                prevTransaction = mSyncTransaction;
+                mTransactionReadyCallback = nullptr;
+                mSyncTransaction = nullptr;
+            }
+        } else if (!waitForTransactionCallback) {
+            acquireNextBufferLocked(std::nullopt);
+        }
+    }
+    if (prevCallback) prevCallback(prevTransaction);
+}
+
+void BLASTBufferQueue::onFrameReplaced(const BufferItem& /*item*/) {
+    // The replaced frame was never counted apart: nothing to do.
+}
+
+void BLASTBufferQueue::onFrameDequeued(const uint64_t bufferId) {
+    std::lock_guard<std::mutex> lock(mTimestampMutex);
+    mDequeueTimestamps[bufferId] = systemTime();
+}
+
+void BLASTBufferQueue::onFrameCancelled(const uint64_t bufferId) {
+    std::lock_guard<std::mutex> lock(mTimestampMutex);
+    mDequeueTimestamps.erase(bufferId);
+}
+
+bool BLASTBufferQueue::syncNextTransaction(
+    std::function<void(SurfaceComposerClient::Transaction*)> callback, bool acquireSingleBuffer) {
+    LOG_ALWAYS_FATAL_IF(!callback,
+                        "BLASTBufferQueue: callback passed in to syncNextTransaction "
+                        "must not be NULL");
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mTransactionReadyCallback) return false;
+    mTransactionReadyCallback = callback;
+    mSyncTransaction = new SurfaceComposerClient::Transaction();
+    mAcquireSingleBuffer = acquireSingleBuffer;
+    return true;
+}
+
+void BLASTBufferQueue::stopContinuousSyncTransaction() {
+    std::function<void(SurfaceComposerClient::Transaction*)> prevCallback = nullptr;
+    SurfaceComposerClient::Transaction* prevTransaction = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        if (mAcquireSingleBuffer || !mTransactionReadyCallback) return;
+        prevCallback = mTransactionReadyCallback;
+        prevTransaction = mSyncTransaction;
+        mTransactionReadyCallback = nullptr;
+        mSyncTransaction = nullptr;
+        mAcquireSingleBuffer = true;
+    }
+    if (prevCallback) prevCallback(prevTransaction);
+}
+
+void BLASTBufferQueue::clearSyncTransaction() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (!mAcquireSingleBuffer) return;
+    mTransactionReadyCallback = nullptr;
+    mSyncTransaction = nullptr;
+}
+
+bool BLASTBufferQueue::rejectBuffer(const BufferItem& item) {
+    // Only frozen buffers are rejected, and only if their size is neither the layer's nor the
+    // requested one.
+    if (item.mScalingMode != NATIVE_WINDOW_SCALING_MODE_FREEZE) return false;
+    const ui::Size bufferSize = getBufferSize(item);
+    if (mRequestedSize != mSize && mRequestedSize == bufferSize) return false;
+    return mSize != bufferSize;
+}
+
+void BLASTBufferQueue::mergeWithNextTransaction(SurfaceComposerClient::Transaction* t,
+                                                uint64_t frameNumber) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    if (mLastAcquiredFrameNumber >= frameNumber) {
+        // The frame is acquired already.
+        t->apply();
+    } else {
+        mPendingTransactions.emplace_back(frameNumber, *t);
+        // Cleared so that it cannot be applied elsewhere too.
+        t->clear();
+    }
+}
+
+void BLASTBufferQueue::applyPendingTransactions(uint64_t frameNumber) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    SurfaceComposerClient::Transaction t;
+    mergePendingTransactions(&t, frameNumber);
+    t.apply(false, true);
 }
 
 void BLASTBufferQueue::mergePendingTransactions(SurfaceComposerClient::Transaction* t,
@@ -205,140 +588,38 @@ void BLASTBufferQueue::mergePendingTransactions(SurfaceComposerClient::Transacti
     }
 }
 
-void BLASTBufferQueue::transactionCallback(nsecs_t /*latchTime*/, const sp<Fence>& /*presentFence*/,
-                                           const std::vector<SurfaceControlStats>& stats) {
+SurfaceComposerClient::Transaction* BLASTBufferQueue::gatherPendingTransactions(uint64_t frameNumber) {
     std::lock_guard<std::mutex> lock(mMutex);
-    if (mSurfaceControlsWithPendingCallback.empty()) return;
-    sp<SurfaceControl> pendingSurfaceControl = mSurfaceControlsWithPendingCallback.front();
-    mSurfaceControlsWithPendingCallback.pop();
-    for (const auto& stat : stats) {
-        if (!SurfaceControl::isSameSurface(pendingSurfaceControl, stat.surfaceControl)) continue;
-        if (mHostPatchPoints != nullptr) {
-            mHostPatchPoints->transactionCallbackLocked(stat.frameEventStats.frameNumber);
-        }
-        if (stat.transformHint) {
-            pendingSurfaceControl->setTransformHint(*stat.transformHint);
-        }
-        // A completed frame means every older submitted buffer is off screen: release those
-        // whose own release has not come (AOSP's fake release), so a lost release cannot hold
-        // a buffer while frames keep completing.
-        std::vector<ReleaseCallbackId> stale;
-        for (const auto& [id, item] : mSubmitted) {
-            if (id.framenumber < stat.frameEventStats.frameNumber) stale.push_back(id);
-        }
-        for (const ReleaseCallbackId& id : stale) {
-            releaseBufferCallbackLocked(id, Fence::NO_FENCE, std::nullopt, /*fakeRelease=*/true);
-        }
-        break;
+    SurfaceComposerClient::Transaction* t = new SurfaceComposerClient::Transaction();
+    mergePendingTransactions(t, frameNumber);
+    return t;
+}
+
+void BLASTBufferQueue::createBufferQueue(sp<IGraphicBufferProducer>* outProducer,
+                                         sp<IGraphicBufferConsumer>* outConsumer) {
+    sp<BufferQueueCore> core(new BufferQueueCore());
+    mCore = core;
+    *outProducer = new BufferQueueProducer(core, false /* consumerIsSurfaceFlinger */);
+    sp<BufferQueueConsumer> consumer(new BufferQueueConsumer(core));
+    consumer->setAllowExtraAcquire(true);
+    *outConsumer = consumer;
+}
+
+PixelFormat BLASTBufferQueue::convertBufferFormat(PixelFormat& format) {
+    switch (format) {
+        case PIXEL_FORMAT_TRANSPARENT:
+        case PIXEL_FORMAT_TRANSLUCENT:
+            return PIXEL_FORMAT_RGBA_8888;
+        case PIXEL_FORMAT_OPAQUE:
+            return PIXEL_FORMAT_RGBX_8888;
+        default:
+            return format;
     }
 }
 
-void BLASTBufferQueue::releaseBufferCallback(const ReleaseCallbackId& id,
-                                             const sp<Fence>& releaseFence,
-                                             std::optional<uint32_t> currentMaxAcquiredBufferCount) {
+uint32_t BLASTBufferQueue::getLastTransformHint() const {
     std::lock_guard<std::mutex> lock(mMutex);
-    releaseBufferCallbackLocked(id, releaseFence, currentMaxAcquiredBufferCount,
-                                /*fakeRelease=*/false);
-}
-
-void BLASTBufferQueue::releaseBufferCallbackLocked(
-    const ReleaseCallbackId& id, const sp<Fence>& releaseFence,
-    std::optional<uint32_t> currentMaxAcquiredBufferCount, bool fakeRelease) {
-    if (currentMaxAcquiredBufferCount) {
-        mCurrentMaxAcquiredBufferCount = *currentMaxAcquiredBufferCount;
-    }
-    // Held back while the compositor may still latch an older buffer (AOSP's EGL case).
-    const int32_t numPendingBuffersToHold = std::max<int32_t>(
-        0, mMaxAcquiredBuffers - static_cast<int32_t>(mCurrentMaxAcquiredBufferCount));
-    // Once per id: the compositor's release of a buffer already faked is not counted again.
-    const bool known = std::any_of(mPendingRelease.begin(), mPendingRelease.end(),
-                                   [&](const ReleasedBuffer& r) { return r.callbackId == id; });
-    if (!known) {
-        mPendingRelease.push_back(ReleasedBuffer{id, releaseFence});
-        if (mHostPatchPoints != nullptr) {
-            mHostPatchPoints->releaseBufferCallbackLocked(id.framenumber, fakeRelease);
-        }
-    }
-    while (static_cast<int32_t>(mPendingRelease.size()) > numPendingBuffersToHold) {
-        const ReleasedBuffer released = mPendingRelease.front();
-        mPendingRelease.pop_front();
-        releaseBuffer(released.callbackId, released.releaseFence);
-    }
-    if (!mTransactionReadyCallback) acquireNextBufferLocked(nullptr);
-}
-
-void BLASTBufferQueue::releaseBuffer(const ReleaseCallbackId& callbackId,
-                                     const sp<Fence>& releaseFence) {
-    auto it = mSubmitted.find(callbackId);
-    if (it == mSubmitted.end()) return;
-    mNumAcquired--;
-    if (mHostPatchPoints != nullptr) mHostPatchPoints->bufferReleasedLocked(callbackId.framenumber);
-    mBufferItemConsumer->releaseBuffer(it->second, releaseFence);
-    mSubmitted.erase(it);
-    mSyncedFrameNumbers.erase(callbackId.framenumber);
-}
-
-uint64_t BLASTBufferQueue::hostQueueNewFrame(int64_t timestamp) {
-    const int slot = mCore->hostDequeueBuffer();
-    if (slot == BufferQueueCore::INVALID_BUFFER_SLOT) return 0;
-    if (mCore->hostQueueBuffer(slot, timestamp) != NO_ERROR) return 0;
-    BufferItem item;
-    item.mSlot = slot;
-    item.mFrameNumber = mCore->hostSnapshot().slots[slot].mFrameNumber;
-    item.mTimestamp = timestamp;
-    mBufferItemConsumer->hostNotifyFrameAvailable(item);
-    return item.mFrameNumber;
-}
-
-void BLASTBufferQueue::update(const sp<SurfaceControl>& surface, uint32_t width, uint32_t height,
-                              int32_t format) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mFormat != format) {
-        mFormat = format;
-        mBufferItemConsumer->setDefaultBufferFormat(format);
-    }
-    const bool surfaceChanged = mSurfaceControl != surface;
-    mSurfaceControl = surface;
-    if (surfaceChanged && mHostPatchPoints != nullptr) {
-        mHostPatchPoints->surfaceChangedLocked(this, surface);
-    }
-    const ui::Size newSize(width, height);
-    if (mRequestedSize != newSize) {
-        // mSize follows once a buffer of the new size is acquired (buffers are frozen).
-        mRequestedSize.set(newSize);
-        mBufferItemConsumer->setDefaultBufferSize(mRequestedSize.width, mRequestedSize.height);
-        if (mHostPatchPoints != nullptr) {
-            mHostPatchPoints->requestedSizeChangedLocked(&mRequestedSize, &mSize,
-                                                         hostConsumerBase());
-        }
-    }
-}
-
-bool BLASTBufferQueue::rejectBuffer(const BufferItem& item) {
-    if (item.mScalingMode != 0 /* NATIVE_WINDOW_SCALING_MODE_FREEZE */) {
-        mSize = mRequestedSize;
-        return false;
-    }
-    const ui::Size bufferSize(item.mGraphicBuffer->getWidth(), item.mGraphicBuffer->getHeight());
-    if (mRequestedSize != mSize && mRequestedSize == bufferSize) {
-        mSize = mRequestedSize;
-        return false;
-    }
-    // A frozen buffer of another size than the layer's is dropped.
-    return mSize != bufferSize;
-}
-
-void BLASTBufferQueue::mergeWithNextTransaction(SurfaceComposerClient::Transaction* t,
-                                                uint64_t frameNumber) {
-    if (t == nullptr) return;
-    std::lock_guard<std::mutex> lock(mMutex);
-    if (mLastAcquiredFrameNumber >= frameNumber) {
-        // The frame is already acquired: apply at once, as AOSP does.
-        t->apply();
-    } else {
-        mPendingTransactions.emplace_back(frameNumber, *t);
-        t->clear();
-    }
+    return mSurfaceControl != nullptr ? mSurfaceControl->getTransformHint() : 0;
 }
 
 uint64_t BLASTBufferQueue::getLastAcquiredFrameNum() {
@@ -346,15 +627,13 @@ uint64_t BLASTBufferQueue::getLastAcquiredFrameNum() {
     return mLastAcquiredFrameNumber;
 }
 
-void BLASTBufferQueue::hostSetPatchPoints(HostPatchPoints* points) {
+bool BLASTBufferQueue::isSameSurfaceControl(const sp<SurfaceControl>& surfaceControl) const {
     std::lock_guard<std::mutex> lock(mMutex);
-    mHostPatchPoints = points;
+    return SurfaceControl::isSameSurface(mSurfaceControl, surfaceControl);
 }
 
-void BLASTBufferQueue::hostSetSurfaceControl(const sp<SurfaceControl>& surfaceControl) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mSurfaceControl = surfaceControl;
-}
+// ---------------------------------------------------------------------------
+// Host only
 
 void BLASTBufferQueue::hostSetFrameCounts(int32_t numFrameAvailable, int32_t numAcquired) {
     std::lock_guard<std::mutex> lock(mMutex);
@@ -365,11 +644,7 @@ void BLASTBufferQueue::hostSetFrameCounts(int32_t numFrameAvailable, int32_t num
 void BLASTBufferQueue::hostSetMaxAcquiredBuffers(int32_t maxAcquiredBuffers) {
     std::lock_guard<std::mutex> lock(mMutex);
     mMaxAcquiredBuffers = maxAcquiredBuffers;
-}
-
-void BLASTBufferQueue::hostSetCurrentMaxAcquiredBufferCount(uint32_t count) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mCurrentMaxAcquiredBufferCount = count;
+    mCurrentMaxAcquiredBufferCount = maxAcquiredBuffers;
 }
 
 void BLASTBufferQueue::hostAddSubmitted(const ReleaseCallbackId& id, const BufferItem& item) {
@@ -383,35 +658,10 @@ void BLASTBufferQueue::hostAddPendingRelease(const ReleaseCallbackId& id,
     mPendingRelease.push_back(ReleasedBuffer{id, releaseFence});
 }
 
-void BLASTBufferQueue::hostSetTransactionReadyCallback(
-    std::function<void(SurfaceComposerClient::Transaction*)> callback) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mTransactionReadyCallback = std::move(callback);
-}
-
-void BLASTBufferQueue::hostSetSyncTransaction(SurfaceComposerClient::Transaction* transaction) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mSyncTransaction = transaction;
-}
-
-void BLASTBufferQueue::hostSetAcquireSingleBuffer(bool acquireSingleBuffer) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mAcquireSingleBuffer = acquireSingleBuffer;
-}
-
 void BLASTBufferQueue::hostAddPendingTransaction(
     uint64_t frameNumber, const SurfaceComposerClient::Transaction& transaction) {
     std::lock_guard<std::mutex> lock(mMutex);
     mPendingTransactions.emplace_back(frameNumber, transaction);
-}
-
-void BLASTBufferQueue::hostSetFrameNumbers(uint64_t lastAcquiredFrameNumber,
-                                           uint64_t lastAppliedFrameNumber,
-                                           bool appliedLastTransaction) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    mLastAcquiredFrameNumber = lastAcquiredFrameNumber;
-    mLastAppliedFrameNumber = lastAppliedFrameNumber;
-    mAppliedLastTransaction = appliedLastTransaction;
 }
 
 void BLASTBufferQueue::hostPushSurfaceControlWithPendingCallback(

@@ -21,10 +21,12 @@ namespace android {
 BufferItem::BufferItem()
     : mGraphicBuffer(nullptr),
       mFence(nullptr),
+      mCrop(Rect::INVALID_RECT),
       mTransform(0),
       mScalingMode(0),
       mTimestamp(0),
       mIsAutoTimestamp(false),
+      mDataSpace(HAL_DATASPACE_UNKNOWN),
       mFrameNumber(0),
       mSlot(INVALID_BUFFER_SLOT),
       mIsDroppable(false),
@@ -45,8 +47,6 @@ const char* BufferItem::scalingModeName(uint32_t scalingMode) {
             return "SCALE_TO_WINDOW";
         case 2:
             return "SCALE_CROP";
-        case 3:
-            return "NO_SCALE_CROP";
         default:
             return "Unknown";
     }

@@ -17,14 +17,18 @@
 #define LOG_TAG "BufferItemConsumer"
 
 #include <gui/BufferItemConsumer.h>
+#include <utils/Log.h>
 
 namespace android {
 
-BufferItemConsumer::BufferItemConsumer(const sp<BufferQueueCore>& core, uint64_t /*consumerUsage*/,
-                                       int bufferCount, bool controlledByApp)
-    : ConsumerBase(core, controlledByApp) {
+BufferItemConsumer::BufferItemConsumer(const sp<IGraphicBufferConsumer>& consumer,
+                                       uint64_t consumerUsage, int bufferCount, bool controlledByApp)
+    : ConsumerBase(consumer, controlledByApp) {
+    status_t err = mConsumer->setConsumerUsageBits(consumerUsage);
+    LOG_ALWAYS_FATAL_IF(err != OK, "Failed to set consumer usage bits");
     if (bufferCount != DEFAULT_MAX_BUFFERS) {
-        mCore->hostSetMaxAcquiredBufferCount(bufferCount);
+        err = mConsumer->setMaxAcquiredBufferCount(bufferCount);
+        LOG_ALWAYS_FATAL_IF(err != OK, "Failed to set max acquired buffer count to %d", bufferCount);
     }
 }
 
@@ -37,22 +41,30 @@ void BufferItemConsumer::setBufferFreedListener(const wp<BufferFreedListener>& l
 
 status_t BufferItemConsumer::acquireBuffer(BufferItem* item, nsecs_t presentWhen,
                                            bool waitForFence) {
-    if (item == nullptr) return BAD_VALUE;
+    if (!item) return BAD_VALUE;
     Mutex::Autolock lock(mMutex);
     status_t err = acquireBufferLocked(item, presentWhen);
-    if (err != NO_ERROR) return err;
-    if (waitForFence && item->mFence != nullptr) {
-        err = item->mFence->wait(1000);
-        if (err != NO_ERROR) return err;
+    if (err != OK) return err;
+    if (waitForFence) {
+        err = item->mFence->wait(-1);
+        if (err != OK) return err;
     }
     item->mGraphicBuffer = mSlots[item->mSlot].mGraphicBuffer;
-    return NO_ERROR;
+    return OK;
 }
 
-status_t BufferItemConsumer::releaseBuffer(const BufferItem& item,
-                                           const sp<Fence>& /*releaseFence*/) {
+status_t BufferItemConsumer::releaseBuffer(const BufferItem& item, const sp<Fence>& releaseFence) {
     Mutex::Autolock lock(mMutex);
-    return releaseBufferLocked(item.mSlot, item.mGraphicBuffer, item.mFrameNumber);
+    addReleaseFenceLocked(item.mSlot, item.mGraphicBuffer, releaseFence);
+    return releaseBufferLocked(item.mSlot, item.mGraphicBuffer, EGL_NO_DISPLAY, EGL_NO_SYNC_KHR);
+}
+
+void BufferItemConsumer::freeBufferLocked(int slotIndex) {
+    sp<BufferFreedListener> listener = mBufferFreedListener.promote();
+    if (listener != nullptr && mSlots[slotIndex].mGraphicBuffer != nullptr) {
+        listener->onBufferFreed(mSlots[slotIndex].mGraphicBuffer);
+    }
+    ConsumerBase::freeBufferLocked(slotIndex);
 }
 
 }  // namespace android

@@ -23,7 +23,12 @@
 #include <gtest/gtest.h>
 #include <gui/BLASTBufferQueue.h>
 #include <gui/BufferItem.h>
+#include <gui/BufferItemConsumer.h>
+#include <gui/BufferQueue.h>
 #include <gui/BufferQueueCore.h>
+#include <gui/HostSurface.h>
+#include <gui/IGraphicBufferConsumer.h>
+#include <gui/IGraphicBufferProducer.h>
 #include <gui/SurfaceComposerClient.h>
 #include <gui/SurfaceControl.h>
 #include <stdint.h>
@@ -31,6 +36,7 @@
 #include <utils/StrongPointer.h>
 
 #include <algorithm>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -62,41 +68,40 @@ inline android::sp<android::BLASTBufferQueue> makeBlastBufferQueue(const std::st
     return makeBlastBufferQueue(name, makeSurfaceControl(layerId, name));
 }
 
-// The state a buffer of makeCoreWithBuffers ends in.
-enum class HostBuffer { kFree, kDequeued, kQueued, kAcquired };
+// A bare buffer queue: its core, with a producer connected as an EGL app's Surface and a
+// BufferItemConsumer, driven as they would drive it. A dequeue that finds no slot fails at once
+// (TIMED_OUT) instead of waiting.
+struct HostQueue {
+    HostQueue() {
+        using namespace android;
+        BufferQueue::hostCreateBufferQueue(&producer, &consumer, &core);
+        itemConsumer = new BufferItemConsumer(consumer, 0);
+        surface = std::make_unique<HostSurface>(producer);
+        EXPECT_EQ(NO_ERROR, surface->connect());
+        EXPECT_EQ(NO_ERROR, producer->setDequeueTimeout(0));
+    }
+    // Returns the dequeued slot, or -1.
+    int dequeue() {
+        int slot = -1;
+        return surface->dequeueBuffer(&slot) == android::NO_ERROR ? slot : -1;
+    }
+    android::status_t queue(int slot) { return surface->queueBuffer(slot); }
+    android::status_t cancel(int slot) { return surface->cancelBuffer(slot); }
+    // Acquires the next queued buffer into `item` (may be null).
+    android::status_t acquire(android::BufferItem* item = nullptr) {
+        android::BufferItem local;
+        return itemConsumer->acquireBuffer(item != nullptr ? item : &local, 0, false);
+    }
+    // Releases the acquired buffer of `slot`, which carries frame `frameNumber`.
+    android::status_t release(int slot, uint64_t frameNumber) {
+        return consumer->releaseBuffer(slot, frameNumber, android::Fence::NO_FENCE);
+    }
 
-// Returns a core whose slot i holds a buffer in `states[i]`, reached through AOSP's transitions
-// (kFree: dequeued then cancelled, so in mFreeBuffers). Frame numbers follow queue order,
-// acquired buffers first. Limits are raised as needed. Fails the test if a step fails.
-inline android::sp<android::BufferQueueCore> makeCoreWithBuffers(
-    const std::vector<HostBuffer>& states) {
-    using namespace android;
-    sp<BufferQueueCore> core(new BufferQueueCore());
-    const int total = static_cast<int>(states.size());
-    const int acquired =
-        static_cast<int>(std::count(states.begin(), states.end(), HostBuffer::kAcquired));
-    EXPECT_EQ(NO_ERROR, core->hostSetMaxAcquiredBufferCount(std::max(1, acquired)));
-    EXPECT_EQ(NO_ERROR, core->hostSetMaxDequeuedBufferCount(std::max(1, total)));
-    for (int i = 0; i < total; i++) {
-        EXPECT_EQ(i, core->hostDequeueBuffer()) << "dequeue of slot " << i;
-    }
-    // Acquired buffers are queued first so that acquire pops exactly them.
-    for (int i = 0; i < total; i++) {
-        if (states[i] == HostBuffer::kAcquired) {
-            EXPECT_EQ(NO_ERROR, core->hostQueueBuffer(i));
-        }
-    }
-    for (int i = 0; i < acquired; i++) {
-        EXPECT_TRUE(core->hostAcquireBuffer(nullptr)) << "acquire " << i;
-    }
-    for (int i = 0; i < total; i++) {
-        if (states[i] == HostBuffer::kQueued) {
-            EXPECT_EQ(NO_ERROR, core->hostQueueBuffer(i));
-        } else if (states[i] == HostBuffer::kFree) {
-            EXPECT_EQ(NO_ERROR, core->hostCancelBuffer(i));
-        }
-    }
-    return core;
-}
+    android::sp<android::BufferQueueCore> core;
+    android::sp<android::IGraphicBufferProducer> producer;
+    android::sp<android::IGraphicBufferConsumer> consumer;
+    android::sp<android::BufferItemConsumer> itemConsumer;
+    std::unique_ptr<android::HostSurface> surface;
+};
 
 }  // namespace talvex::test

@@ -17,40 +17,30 @@
 #include "layer.h"
 
 #include <android/log.h>
-#include <gui/BufferQueueCore.h>
 #include <unistd.h>
 #include <utils/String8.h>
 
 namespace talvex::simulator {
 
-using android::BufferQueueCore;
 using android::sp;
 using android::SurfaceComposerClient;
-
-constexpr std::chrono::milliseconds Layer::kDequeueTimeout;
-
-namespace {
-constexpr int kNativeWindowApiEgl = 1;  // NATIVE_WINDOW_API_EGL
-}  // namespace
 
 Layer::Layer(const sp<SurfaceComposerClient>& client, const LayerConfig& config)
     : mConfig(config),
       mSurface(client->createSurface(android::String8(config.surfaceName.c_str()), config.width,
                                      config.height, android::PIXEL_FORMAT_RGBA_8888)),
       mQueue(new android::BLASTBufferQueue(config.queueName)),
-      mPatch(mSurface, mQueue, config.framePeriod.count()),
+      mApp(mQueue->getIGraphicBufferProducer()),
       mRandom(config.seed) {
     // The app's Surface connects as an EGL producer and renders ahead: up to three buffers in
     // its hands.
-    mQueue->hostCore()->hostSetConnectedApi(kNativeWindowApiEgl, getpid());
-    mQueue->hostBufferItemConsumer()->hostOnConnect();
-    mQueue->hostCore()->hostSetMaxDequeuedBufferCount(3);
-    mPatch.create(config.width, config.height);
+    mApp.connect(NATIVE_WINDOW_API_EGL);
+    mQueue->getIGraphicBufferProducer()->setMaxDequeuedBufferCount(3);
+    mQueue->update(mSurface, config.width, config.height, android::PIXEL_FORMAT_RGBA_8888);
 }
 
 Layer::~Layer() {
     stop();
-    mPatch.destroy();
 }
 
 void Layer::start() {
@@ -60,9 +50,12 @@ void Layer::start() {
 void Layer::stop() {
     {
         std::lock_guard<std::mutex> lock(mMutex);
+        if (mStopping) return;
         mStopping = true;
     }
     mWake.notify_all();
+    // A producer waiting for a slot wakes up when its queue is abandoned, as an app's does.
+    mQueue->hostBufferItemConsumer()->abandon();
     if (mProducer.joinable()) mProducer.join();
 }
 
@@ -71,61 +64,27 @@ bool Layer::waitUntil(std::chrono::steady_clock::time_point when) {
     return !mWake.wait_until(lock, when, [this] { return mStopping; });
 }
 
+std::chrono::nanoseconds Layer::waitingFor() const {
+    const int64_t since = mWaitingSince.load();
+    if (since == 0) return std::chrono::nanoseconds(0);
+    return std::chrono::steady_clock::now().time_since_epoch() - std::chrono::nanoseconds(since);
+}
+
 void Layer::syncNextFrame() {
-    std::lock_guard<std::mutex> lock(mSyncMutex);
-    if (mSyncTransaction != nullptr) return;  // one sync at a time
-    mSyncTransaction = std::make_unique<SurfaceComposerClient::Transaction>();
-    mQueue->hostSetSyncTransaction(mSyncTransaction.get());
-    mQueue->hostSetTransactionReadyCallback([this](SurfaceComposerClient::Transaction* t) {
-        // Runs on the producer's thread without the queue's lock: apply what the sync holds.
-        std::lock_guard<std::mutex> syncLock(mSyncMutex);
-        if (t != nullptr) {
-            for (const auto& layer : t->hostLayers()) {
-                if (layer.frameNumber) syncTransactionApplied(layerId(), *layer.frameNumber);
-            }
-            t->apply();
-        }
-        mSyncTransaction.reset();
+    // The sync's owner (a window manager, for a resize) applies what the queue hands over.
+    mQueue->syncNextTransaction([](SurfaceComposerClient::Transaction* t) {
+        if (t == nullptr) return;
+        t->apply();
+        delete t;
     });
 }
 
 int Layer::dequeueSlot() {
-    const sp<BufferQueueCore> core = mQueue->hostCore();
-    auto deadline = std::chrono::steady_clock::now() + kDequeueTimeout;
-    bool timedOut = false;
-    for (;;) {
-        const int slot = core->hostDequeueBuffer();
-        if (slot != BufferQueueCore::INVALID_BUFFER_SLOT) {
-            if (timedOut) mPatch.rearmDump();
-            return slot;
-        }
-        const auto now = std::chrono::steady_clock::now();
-        if (now >= deadline && !timedOut) {
-            timedOut = true;
-            __android_log_print(ANDROID_LOG_WARN, "TalvexSimulator",
-                                "%s: dequeueBuffer timed out after %lld ms: no free slot; libgui "
-                                "dumps the queue's state",
-                                mQueue->hostName().c_str(),
-                                static_cast<long long>(kDequeueTimeout.count()));
-            mPatch.dequeueTimedOut();
-            ++mDequeueTimeouts;
-        }
-        // The model's core has no dequeue condition to wait on: look again shortly.
-        if (!waitUntil(now + std::chrono::milliseconds(2))) return -1;
-    }
-}
-
-void Layer::queueSlot(int slot) {
-    const sp<BufferQueueCore> core = mQueue->hostCore();
-    const int64_t timestamp = systemTime(SYSTEM_TIME_MONOTONIC);
-    if (core->hostQueueBuffer(slot, timestamp) != android::NO_ERROR) return;
-    android::BufferItem item;
-    item.mSlot = slot;
-    item.mFrameNumber = core->hostSnapshot().slots[slot].mFrameNumber;
-    item.mTimestamp = timestamp;
-    ++mFramesQueued;
-    // libgui's queueBuffer tells the consumer on the producer's thread.
-    mQueue->hostBufferItemConsumer()->hostNotifyFrameAvailable(item);
+    int slot = -1;
+    mWaitingSince = std::chrono::steady_clock::now().time_since_epoch().count();
+    const android::status_t result = mApp.dequeueBuffer(&slot);
+    mWaitingSince = 0;
+    return result == android::NO_ERROR ? slot : -1;
 }
 
 void Layer::producerMain() {
@@ -138,7 +97,10 @@ void Layer::producerMain() {
         const auto render = std::chrono::duration_cast<std::chrono::nanoseconds>(
             mConfig.framePeriod * renderShare(mRandom));
         if (!waitUntil(std::chrono::steady_clock::now() + render)) return;
-        queueSlot(slot);
+        // libgui's queueBuffer tells the consumer on the producer's thread.
+        if (mApp.queueBuffer(slot, systemTime(SYSTEM_TIME_MONOTONIC)) == android::NO_ERROR) {
+            ++mFramesQueued;
+        }
         frameStart += mConfig.framePeriod;
         const auto now = std::chrono::steady_clock::now();
         if (frameStart < now) frameStart = now;  // a late frame does not make the next early

@@ -17,6 +17,7 @@
 #pragma once
 
 #include <gui/BLASTBufferQueue.h>
+#include <gui/HostSurface.h>
 #include <gui/SurfaceComposerClient.h>
 #include <gui/SurfaceControl.h>
 #include <utils/StrongPointer.h>
@@ -31,8 +32,6 @@
 #include <string>
 #include <thread>
 
-#include "libgui_glue.h"
-
 namespace talvex::simulator {
 
 // What a layer is and how its app draws.
@@ -45,14 +44,12 @@ struct LayerConfig {
     uint64_t seed = 1;
 };
 
-// One app layer: a SurfaceControl with its BLASTBufferQueue (and BufferQueueCore), the libgui
-// patch riding on the queue, and a producer thread that renders frames at the layer's rate
-// (dequeue, render, queue). A dequeue that finds no slot waits up to `kDequeueTimeout` before
-// libgui dumps the core; the producer then keeps waiting for a slot.
+// One app layer: a SurfaceControl with its BLASTBufferQueue (libgui's patch built in), and a
+// producer thread that renders frames at the layer's rate through the queue's producer as an EGL
+// app's Surface does (dequeue, render, queue). A dequeue with no free slot waits, as on a phone;
+// the patch dumps the queue once the wait outlasts its stall bound.
 class Layer {
 public:
-    static constexpr std::chrono::milliseconds kDequeueTimeout{500};
-
     Layer(const android::sp<android::SurfaceComposerClient>& client, const LayerConfig& config);
     // Stops the producer and destroys the queue as libgui does.
     ~Layer();
@@ -67,10 +64,10 @@ public:
     int32_t layerId() const { return mSurface->getLayerId(); }
     const android::sp<android::SurfaceControl>& surface() const { return mSurface; }
     const android::sp<android::BLASTBufferQueue>& queue() const { return mQueue; }
-    PatchedQueue& patch() { return mPatch; }
-    // Frames queued so far, and dequeue timeouts so far.
+    // Frames queued so far.
     uint64_t framesQueued() const { return mFramesQueued.load(); }
-    int dequeueTimeouts() const { return mDequeueTimeouts.load(); }
+    // How long the producer has been waiting for a free slot (0 if it is not waiting).
+    std::chrono::nanoseconds waitingFor() const;
 
     // Asks for a sync of the next frame, as a window manager does for a resize: the frame goes
     // into a transaction of its own that is applied when libgui hands it over.
@@ -82,12 +79,11 @@ private:
     bool waitUntil(std::chrono::steady_clock::time_point when);
     // Dequeues a slot, waiting for one; returns -1 on stop.
     int dequeueSlot();
-    void queueSlot(int slot);
 
     const LayerConfig mConfig;
     android::sp<android::SurfaceControl> mSurface;
     android::sp<android::BLASTBufferQueue> mQueue;
-    PatchedQueue mPatch;
+    android::HostSurface mApp;
     std::mt19937_64 mRandom;
 
     std::mutex mMutex;
@@ -95,11 +91,8 @@ private:
     bool mStopping = false;  // guarded by mMutex
     std::thread mProducer;
     std::atomic<uint64_t> mFramesQueued{0};
-    std::atomic<int> mDequeueTimeouts{0};
-
-    // The sync in progress (owned here: the queue keeps only its address).
-    std::mutex mSyncMutex;
-    std::unique_ptr<android::SurfaceComposerClient::Transaction> mSyncTransaction;
+    // When the producer began waiting for a slot (steady clock, ns), or 0.
+    std::atomic<int64_t> mWaitingSince{0};
 };
 
 }  // namespace talvex::simulator

@@ -16,7 +16,6 @@
 
 #pragma once
 
-#include <gui/BLASTBufferQueue.h>
 #include <gui/SurfaceControl.h>
 #include <utils/StrongPointer.h>
 #include <utils/Timers.h>
@@ -26,63 +25,6 @@
 #include <vector>
 
 namespace talvex::simulator {
-
-// libgui's side of the library: every call libgui makes into libgui_talvex_utils.so, made at
-// the place libgui makes it and only through the hook getters. A `PatchedQueue` rides on one
-// BLASTBufferQueue (its patch points run inside the queue under the queue's lock); the free
-// functions stand where the producer and the TransactionCompletedListener make their calls.
-class PatchedQueue : public android::BLASTBufferQueue::HostPatchPoints {
-public:
-    // `framePeriod` is how often the compositor latches: a queue that got no buffer back for
-    // longer than that, twice over, is stalled.
-    PatchedQueue(const android::sp<android::SurfaceControl>& surface,
-                 const android::sp<android::BLASTBufferQueue>& queue, nsecs_t framePeriod);
-    PatchedQueue(const PatchedQueue&) = delete;
-    PatchedQueue& operator=(const PatchedQueue&) = delete;
-
-    // The queue's creation: registers its dump and points it at its surface with `width` x
-    // `height`, which records the layer (updateFrameAndGetContent) and caps the size.
-    void create(uint32_t width, uint32_t height);
-    // The queue goes away: its registration, pending dump and record go with it.
-    void destroy();
-
-    // The producer's dequeueBuffer timed out: dumps the core with its lock held; returns once
-    // the BLAST dump that queues has run.
-    void dequeueTimedOut();
-    // A dump on request (e.g. from dumpsys): arms the BLAST dump and dumps the core with its
-    // lock held; returns once the BLAST dump has run.
-    void dumpOnRequest();
-    // Frames flow again after a dump: re-arms the queue's one-shot BLAST dump.
-    void rearmDump();
-
-    // Patch points, called by the queue with its lock held.
-    void surfaceChangedLocked(android::BLASTBufferQueue* bbq,
-                              const android::sp<android::SurfaceControl>& surface) override;
-    void requestedSizeChangedLocked(android::ui::Size* requestedSize, android::ui::Size* size,
-                                    android::ConsumerBase* consumer) override;
-    void frameAvailableLocked(uint64_t frameNumber, bool syncing, int32_t numFrameAvailable,
-                              int32_t numAcquired) override;
-    void bufferAcquiredLocked(uint64_t frameNumber) override;
-    void cannotAcquireLocked(android::BLASTBufferQueue* bbq) override;
-    void transactionAppliedLocked(uint64_t frameNumber) override;
-    void transactionCallbackLocked(uint64_t frameNumber) override;
-    void releaseBufferCallbackLocked(uint64_t frameNumber, bool fake) override;
-    void bufferReleasedLocked(uint64_t frameNumber) override;
-
-    // How many BLAST-side dumps (cannot acquire) this queue asked for.
-    int blastDumps() const { return mBlastDumps.load(); }
-
-private:
-    const android::sp<android::SurfaceControl> mSurface;
-    const android::sp<android::BLASTBufferQueue> mQueue;
-    const int32_t mLayerId;
-    const nsecs_t mFramePeriod;
-    // Guarded by the queue's lock: when a buffer last came back, and whether this stall was
-    // dumped already (one BLAST-side dump per stall).
-    nsecs_t mLastReleaseTime = 0;
-    bool mBlastDumpedSinceRelease = false;
-    std::atomic<int> mBlastDumps{0};
-};
 
 // Returns once every task handed to the frame record's dumper thread so far has run (at most
 // ten seconds).
@@ -99,7 +41,4 @@ void listenerTransactionCommitted(const android::sp<android::SurfaceControl>& su
 // queue's callback).
 void listenerTransactionCompleted(const android::sp<android::SurfaceControl>& surface,
                                   uint64_t frameNumber);
-// A sync transaction is applied by whoever asked for it, carrying `frameNumber` of `layerId`.
-void syncTransactionApplied(int32_t layerId, uint64_t frameNumber);
-
 }  // namespace talvex::simulator

@@ -19,6 +19,7 @@
 #include <chrono>
 #include <thread>
 
+#include "libgui_glue.h"
 #include "world.h"
 
 namespace talvex::simulator {
@@ -55,12 +56,12 @@ void playReleaseStall(World& world) {
     Layer& layer = pickLayer(world);
     // Enough frames first that the dump shows frames before the stall too.
     world.waitFor([&] { return layer.framesQueued() >= 12; });
-    const int timeoutsBefore = layer.dequeueTimeouts();
     const uint64_t firstHeld = world.compositor().stopLatching(layer.layerId());
     say("the compositor stops latching layer %d's buffers, as when a GPU fence never signals: "
         "no completion, no release (frame %llu and on)",
         layer.layerId(), static_cast<unsigned long long>(firstHeld));
-    if (!world.waitFor([&] { return layer.dequeueTimeouts() > timeoutsBefore; })) {
+    // libgui's patch dumps a producer that waits for a slot longer than its stall bound (1 s).
+    if (!world.waitFor([&] { return layer.waitingFor() > std::chrono::milliseconds(1500); })) {
         say("layer %d never ran out of buffers before the run ended", layer.layerId());
         return;
     }

@@ -21,6 +21,8 @@
 #include <cstdarg>
 #include <thread>
 
+#include "libgui_glue.h"
+
 namespace talvex::simulator {
 namespace {
 
@@ -123,7 +125,11 @@ bool World::sleepFor(std::chrono::nanoseconds delay) {
 }
 
 void World::requestDump(Layer& layer) {
-    layer.patch().dumpOnRequest();
+    // Whoever dumps the queue's consumer (ConsumerBase::dumpState) reaches libgui's patch, which
+    // arms and dumps the queue; its BLAST part runs on the dumper thread.
+    android::String8 ignored;
+    layer.queue()->hostBufferItemConsumer()->dumpState(ignored);
+    waitForDumperThread();
 }
 
 }  // namespace talvex::simulator

@@ -14,26 +14,34 @@
  * limitations under the License.
  */
 
-// Host model of AOSP libgui's gui/BLASTBufferQueue.h (Android 14/15): the client-side adapter
-// that turns a producer's queued buffers into transactions for the compositor. Every data
-// member is private with AOSP's name and type. AOSP's frame flow (acquire, transaction,
-// release callbacks) needs a compositor; the model keeps the bookkeeping and offers a clearly
-// marked host-only section so tests and a simulator can put a queue in any state.
+// Host model of libgui's gui/BLASTBufferQueue.h (Android 14): the client-side adapter that turns
+// a producer's queued buffers into transactions for the compositor. The mirrored part has
+// Android 14's members, signatures and locking annotations; the queue plays Android 14's frame
+// flow (acquire limits, sync transactions, commit and completion callbacks, fake releases, held
+// transactions) on the host models of the buffer queue and the transaction listener. What only a
+// host needs (test setters, readers) is in the block marked host only, at the end of the class.
 #pragma once
 
+#include <android-base/thread_annotations.h>
+#include <binder/Binder.h>
 #include <gui/BufferItem.h>
 #include <gui/BufferItemConsumer.h>
 #include <gui/BufferQueueCore.h>
-#include <gui/ITransactionCompletedListener.h>
+#include <gui/IGraphicBufferConsumer.h>
+#include <gui/IGraphicBufferProducer.h>
 #include <gui/SurfaceComposerClient.h>
 #include <gui/SurfaceControl.h>
 #include <stdint.h>
+#include <system/window.h>
 #include <ui/Fence.h>
 #include <ui/PixelFormat.h>
+#include <ui/Rect.h>
 #include <ui/Size.h>
+#include <utils/Mutex.h>
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 
+#include <condition_variable>
 #include <deque>
 #include <functional>
 #include <mutex>
@@ -49,130 +57,236 @@ namespace android {
 
 class BLASTBufferQueue;
 
-// The BLAST queue's consumer: a BufferItemConsumer that knows its queue.
 class BLASTBufferItemConsumer : public BufferItemConsumer {
 public:
-    BLASTBufferItemConsumer(const sp<BufferQueueCore>& core, uint64_t consumerUsage,
-                            int bufferCount, bool controlledByApp, wp<BLASTBufferQueue> bbq);
+    BLASTBufferItemConsumer(const sp<IGraphicBufferConsumer>& consumer, uint64_t consumerUsage,
+                            int bufferCount, bool controlledByApp, wp<BLASTBufferQueue> bbq)
+        : BufferItemConsumer(consumer, consumerUsage, bufferCount, controlledByApp),
+          mBLASTBufferQueue(std::move(bbq)),
+          mCurrentlyConnected(false),
+          mPreviouslyConnected(false) {}
 
-    // Sets `*needsDisconnect` if a producer was connected before and is not now.
-    void getConnectionEvents(uint64_t frameNumber, bool* needsDisconnect);
-    void onDisconnect();
-    // HOST-ONLY: a producer connected.
-    void hostOnConnect();
+    void onDisconnect() override EXCLUDES(mMutex);
+    // Sets `*needsDisconnect` if the producer disconnected at or before `frameNumber`.
+    void getConnectionEvents(uint64_t frameNumber, bool* needsDisconnect) EXCLUDES(mMutex);
+
+protected:
+    void onSidebandStreamChanged() override EXCLUDES(mMutex);
 
 private:
     const wp<BLASTBufferQueue> mBLASTBufferQueue;
-    std::mutex mMutex;
-    bool mCurrentlyConnected = false;
-    bool mPreviouslyConnected = false;
+
+    uint64_t mCurrentFrameNumber GUARDED_BY(mMutex) = 0;
+
+    Mutex mMutex;
+    std::queue<uint64_t> mDisconnectEvents GUARDED_BY(mMutex);
+    bool mCurrentlyConnected GUARDED_BY(mMutex);
+    bool mPreviouslyConnected GUARDED_BY(mMutex);
 };
 
-class BLASTBufferQueue : public ConsumerBase::FrameAvailableListener,
-                         public BufferItemConsumer::BufferFreedListener {
+class BLASTBufferQueue : public ConsumerBase::FrameAvailableListener {
 public:
-    // A queue named `name` + "#" + its producer id, with its own BufferQueueCore and consumer.
+    // A queue named `name` + "#" + its producer id, with its own buffer queue.
     BLASTBufferQueue(const std::string& name, bool updateDestinationFrame = true);
-    ~BLASTBufferQueue() override;
+    BLASTBufferQueue(const std::string& name, const sp<SurfaceControl>& surface, int width,
+                     int height, int32_t format);
 
-    BLASTBufferQueue(const BLASTBufferQueue&) = delete;
-    BLASTBufferQueue& operator=(const BLASTBufferQueue&) = delete;
+    // The producer side of the queue (what a Surface draws into).
+    sp<IGraphicBufferProducer> getIGraphicBufferProducer() const { return mProducer; }
+    bool isSameSurfaceControl(const sp<SurfaceControl>& surfaceControl) const;
 
-    // A frame was queued: counts it and, unless the queue holds as many buffers as the
-    // compositor allows, acquires it and applies a transaction that carries it.
+    void onFrameReplaced(const BufferItem& item) override;
+    // A frame was queued: counts it and, unless a sync or the acquire limit holds it back,
+    // acquires it into a transaction and applies it.
     void onFrameAvailable(const BufferItem& item) override;
-    void onFrameReplaced(const BufferItem& item) override { onFrameAvailable(item); }
-    void onBufferFreed(const wp<GraphicBuffer>& /*graphicBuffer*/) override {}
+    void onFrameDequeued(const uint64_t) override;
+    void onFrameCancelled(const uint64_t) override;
 
-    // Points the queue at `surface` with a requested size and format; a changed size becomes
-    // the consumer's default buffer size, and mSize once a buffer of that size is acquired.
-    void update(const sp<SurfaceControl>& surface, uint32_t width, uint32_t height, int32_t format);
-    // Holds `t` back until frame `frameNumber` is applied (copied into mPendingTransactions;
-    // `t` is cleared).
-    void mergeWithNextTransaction(SurfaceComposerClient::Transaction* t, uint64_t frameNumber);
-    uint64_t getLastAcquiredFrameNum();
-
-    // The compositor's report that a transaction carrying this queue's buffer completed.
-    void transactionCallback(nsecs_t latchTime, const sp<Fence>& presentFence,
-                             const std::vector<SurfaceControlStats>& stats);
-    // The compositor released the buffer of `id`: it goes back to the queue (through
-    // mPendingRelease) and the next available frame, if any, is acquired.
+    // The compositor committed a sync transaction of this queue.
+    void transactionCommittedCallback(nsecs_t latchTime, const sp<Fence>& presentFence,
+                                      const std::vector<SurfaceControlStats>& stats);
+    // The compositor completed a transaction of this queue: fakes the release of every older
+    // submitted buffer.
+    virtual void transactionCallback(nsecs_t latchTime, const sp<Fence>& presentFence,
+                                     const std::vector<SurfaceControlStats>& stats);
+    // The compositor released the buffer of `id`.
     void releaseBufferCallback(const ReleaseCallbackId& id, const sp<Fence>& releaseFence,
                                std::optional<uint32_t> currentMaxAcquiredBufferCount);
+    void releaseBufferCallbackLocked(const ReleaseCallbackId& id, const sp<Fence>& releaseFence,
+                                     std::optional<uint32_t> currentMaxAcquiredBufferCount,
+                                     bool fakeRelease) REQUIRES(mMutex);
+    // The next frame (or frames) go into a transaction handed to `callback` instead of being
+    // applied. Returns false if a sync is pending already.
+    bool syncNextTransaction(std::function<void(SurfaceComposerClient::Transaction*)> callback,
+                             bool acquireSingleBuffer = true);
+    void stopContinuousSyncTransaction();
+    void clearSyncTransaction();
 
-    // ---- HOST-ONLY (not in AOSP) ----
-    // The places where a vendor patch of libgui calls out of the queue, for a host program that
-    // plays that patch. Each is called with mMutex held (the lock the patched code holds there)
-    // and must not call back into this queue. The defaults do nothing.
-    struct HostPatchPoints {
-        virtual ~HostPatchPoints() = default;
-        // update() set `mSurfaceControl` to `surface` (a new queue's first surface, or another).
-        virtual void surfaceChangedLocked(BLASTBufferQueue* /*bbq*/,
-                                          const sp<SurfaceControl>& /*surface*/) {}
-        // update() took a new requested size; `requestedSize`, `size` and `consumer` are the
-        // queue's mRequestedSize, mSize and consumer.
-        virtual void requestedSizeChangedLocked(ui::Size* /*requestedSize*/, ui::Size* /*size*/,
-                                                ConsumerBase* /*consumer*/) {}
-        // onFrameAvailable() counted frame `frameNumber`; `syncing` is true if it goes into a sync.
-        virtual void frameAvailableLocked(uint64_t /*frameNumber*/, bool /*syncing*/,
-                                          int32_t /*numFrameAvailable*/, int32_t /*numAcquired*/) {}
-        // acquireNextBufferLocked() acquired `frameNumber` into a transaction.
-        virtual void bufferAcquiredLocked(uint64_t /*frameNumber*/) {}
-        // acquireNextBufferLocked() found frames available but as many buffers acquired as the
-        // compositor allows.
-        virtual void cannotAcquireLocked(BLASTBufferQueue* /*bbq*/) {}
-        // acquireNextBufferLocked() applied the transaction carrying `frameNumber`.
-        virtual void transactionAppliedLocked(uint64_t /*frameNumber*/) {}
-        // transactionCallback() received the completion of `frameNumber`.
-        virtual void transactionCallbackLocked(uint64_t /*frameNumber*/) {}
-        // releaseBufferCallbackLocked() was told the buffer of `frameNumber` is released: by the
-        // compositor, or (`fake`) by transactionCallback() for a frame older than a completed one.
-        virtual void releaseBufferCallbackLocked(uint64_t /*frameNumber*/, bool /*fake*/) {}
-        // releaseBuffer() gave the buffer of `frameNumber` back to the queue.
-        virtual void bufferReleasedLocked(uint64_t /*frameNumber*/) {}
+    // Holds `t` back until frame `frameNumber` is applied (or applies it now if that frame was
+    // acquired already); `t` is cleared.
+    void mergeWithNextTransaction(SurfaceComposerClient::Transaction* t, uint64_t frameNumber);
+    void applyPendingTransactions(uint64_t frameNumber);
+    SurfaceComposerClient::Transaction* gatherPendingTransactions(uint64_t frameNumber);
+
+    // Points the queue at `surface` with a requested size and format.
+    void update(const sp<SurfaceControl>& surface, uint32_t width, uint32_t height, int32_t format);
+
+    uint32_t getLastTransformHint() const;
+    uint64_t getLastAcquiredFrameNum();
+
+    virtual ~BLASTBufferQueue();
+
+private:
+    friend class BLASTBufferQueueHelper;
+    friend class BBQBufferQueueProducer;
+    friend class TalvexBufferQueueHelper;
+
+    // can't be copied
+    BLASTBufferQueue& operator=(const BLASTBufferQueue& rhs);
+    BLASTBufferQueue(const BLASTBufferQueue& rhs);
+    void createBufferQueue(sp<IGraphicBufferProducer>* outProducer,
+                           sp<IGraphicBufferConsumer>* outConsumer);
+
+    status_t acquireNextBufferLocked(
+        const std::optional<SurfaceComposerClient::Transaction*> transaction) REQUIRES(mMutex);
+    Rect computeCrop(const BufferItem& item) REQUIRES(mMutex);
+    // Return true if we need to reject the buffer based on the scaling mode and the buffer size.
+    bool rejectBuffer(const BufferItem& item) REQUIRES(mMutex);
+    static PixelFormat convertBufferFormat(PixelFormat& format);
+    void mergePendingTransactions(SurfaceComposerClient::Transaction* t, uint64_t frameNumber)
+        REQUIRES(mMutex);
+
+    void flushShadowQueue() REQUIRES(mMutex);
+    void acquireAndReleaseBuffer() REQUIRES(mMutex);
+    void releaseBuffer(const ReleaseCallbackId& callbackId, const sp<Fence>& releaseFence)
+        REQUIRES(mMutex);
+
+    std::string mName;
+    // The queued buffer count's trace name.
+    std::string mQueuedBufferTrace;
+    sp<SurfaceControl> mSurfaceControl GUARDED_BY(mMutex);
+
+    mutable std::mutex mMutex;
+    std::condition_variable mCallbackCV;
+
+    // BufferQueue internally allows 1 more than the max to be acquired.
+    int32_t mMaxAcquiredBuffers = 1;
+
+    int32_t mNumFrameAvailable GUARDED_BY(mMutex) = 0;
+    int32_t mNumAcquired GUARDED_BY(mMutex) = 0;
+
+    // Tells apart the producers that used the same SurfaceControl.
+    uint32_t mProducerId = 0;
+
+    // Buffers submitted to the compositor and not yet released, by release callback id.
+    std::unordered_map<ReleaseCallbackId, BufferItem, ReleaseBufferCallbackIdHash> mSubmitted
+        GUARDED_BY(mMutex);
+
+    // Released buffers not yet given back to the buffer queue.
+    struct ReleasedBuffer {
+        ReleaseCallbackId callbackId;
+        sp<Fence> releaseFence;
+        bool operator==(const ReleasedBuffer& rhs) const {
+            // Only the id: two callbacks with different fences must not count twice.
+            return rhs.callbackId == callbackId;
+        }
     };
-    // Sets the patch points (null: none); `points` must outlive its use here. Takes mMutex, so
-    // once it returns no earlier patch point is running.
-    void hostSetPatchPoints(HostPatchPoints* points);
-    // The queue's consumer as the ConsumerBase libgui passes around.
-    ConsumerBase* hostConsumerBase() const { return mBufferItemConsumer.get(); }
+    std::deque<ReleasedBuffer> mPendingRelease GUARDED_BY(mMutex);
 
-    // The producer side (AOSP's Surface): dequeues a buffer, queues it with `timestamp` and
-    // tells the consumer, which runs onFrameAvailable(). Returns the queued frame number, or 0
-    // if no buffer could be dequeued.
-    uint64_t hostQueueNewFrame(int64_t timestamp = 0);
+    ui::Size mSize GUARDED_BY(mMutex);
+    ui::Size mRequestedSize GUARDED_BY(mMutex);
+    int32_t mFormat GUARDED_BY(mMutex);
 
+    struct BufferInfo {
+        bool hasBuffer = false;
+        uint32_t width;
+        uint32_t height;
+        uint32_t transform;
+        // Whether a size change waits for a buffer of the new size.
+        uint32_t scalingMode = NATIVE_WINDOW_SCALING_MODE_SCALE_TO_WINDOW;
+        Rect crop;
+
+        void update(bool hasBuffer, uint32_t width, uint32_t height, uint32_t transform,
+                    uint32_t scalingMode, const Rect& crop) {
+            this->hasBuffer = hasBuffer;
+            this->width = width;
+            this->height = height;
+            this->transform = transform;
+            this->scalingMode = scalingMode;
+            this->crop = !crop.isEmpty() ? crop : Rect(width, height);
+        }
+    };
+    // The last acquired buffer's shape.
+    BufferInfo mLastBufferInfo GUARDED_BY(mMutex);
+
+    uint32_t mTransformHint GUARDED_BY(mMutex);
+
+    sp<IGraphicBufferConsumer> mConsumer;
+    sp<IGraphicBufferProducer> mProducer;
+    sp<BLASTBufferItemConsumer> mBufferItemConsumer;
+    // The core shared by mProducer and mConsumer: the talvex helper's dumps are keyed by it.
+    sp<BufferQueueCore> mCore;
+
+    std::function<void(SurfaceComposerClient::Transaction*)> mTransactionReadyCallback
+        GUARDED_BY(mMutex);
+    SurfaceComposerClient::Transaction* mSyncTransaction GUARDED_BY(mMutex);
+    std::vector<std::tuple<uint64_t /* framenumber */, SurfaceComposerClient::Transaction>>
+        mPendingTransactions GUARDED_BY(mMutex);
+
+    // Tracks the last acquired frame number
+    uint64_t mLastAcquiredFrameNumber GUARDED_BY(mMutex) = 0;
+
+    // The token this queue's own transactions are applied on.
+    const sp<IBinder> mApplyToken GUARDED_BY(mMutex) = sp<IBinder>(new BBinder());
+
+    // Guards mDequeueTimestamps: onFrameDequeued() may not take mMutex.
+    std::mutex mTimestampMutex;
+    // When the producer dequeued each buffer, by buffer id.
+    std::unordered_map<uint64_t /* bufferId */, nsecs_t> mDequeueTimestamps
+        GUARDED_BY(mTimestampMutex);
+
+    // Surfaces whose transaction callbacks have not all arrived yet.
+    std::queue<sp<SurfaceControl>> mSurfaceControlsWithPendingCallback GUARDED_BY(mMutex);
+
+    uint32_t mCurrentMaxAcquiredBufferCount GUARDED_BY(mMutex);
+
+    // Whether a sync takes one buffer and ends, or goes on until stopped.
+    bool mAcquireSingleBuffer GUARDED_BY(mMutex) = true;
+
+    // Whether the queue sets the destination frame of its surface itself.
+    bool mUpdateDestinationFrame GUARDED_BY(mMutex) = true;
+
+    // Whether the last transaction was applied by the queue itself (one way, on its token).
+    bool mAppliedLastTransaction GUARDED_BY(mMutex) = false;
+    uint64_t mLastAppliedFrameNumber GUARDED_BY(mMutex) = 0;
+
+    // Frame numbers taken into a sync whose commit has not come back.
+    std::unordered_set<uint64_t> mSyncedFrameNumbers GUARDED_BY(mMutex);
+
+    // ---- Host only (not in Android 14) ----
+public:
+    // The queue's buffer queue core.
+    sp<BufferQueueCore> hostCore() const { return mCore; }
     // Readers of the fixed identity.
     const std::string& hostName() const { return mName; }
     const std::string& hostQueuedBufferTrace() const { return mQueuedBufferTrace; }
     uint32_t hostProducerId() const { return mProducerId; }
-    // The queue's core and consumer.
-    sp<BufferQueueCore> hostCore() const { return mCore; }
     sp<BLASTBufferItemConsumer> hostBufferItemConsumer() const { return mBufferItemConsumer; }
     // The queue's lock, for callers that must hold it (as libgui does around a BLAST dump).
-    std::mutex& hostMutex() const { return mMutex; }
-    // Addresses of mRequestedSize and mSize (guarded by hostMutex()), as libgui passes them.
-    ui::Size* hostRequestedSizeLocked() { return &mRequestedSize; }
-    ui::Size* hostSizeLocked() { return &mSize; }
+    std::mutex& hostMutex() const RETURN_CAPABILITY(mMutex) { return mMutex; }
 
-    // Setters; each takes mMutex (not recursive: never call with hostMutex() held).
-    void hostSetSurfaceControl(const sp<SurfaceControl>& surfaceControl);
-    void hostSetFrameCounts(int32_t numFrameAvailable, int32_t numAcquired);
-    void hostSetMaxAcquiredBuffers(int32_t maxAcquiredBuffers);
-    void hostSetCurrentMaxAcquiredBufferCount(uint32_t count);
-    void hostAddSubmitted(const ReleaseCallbackId& id, const BufferItem& item);
-    void hostAddPendingRelease(const ReleaseCallbackId& id, const sp<Fence>& releaseFence);
-    void hostSetTransactionReadyCallback(
-        std::function<void(SurfaceComposerClient::Transaction*)> callback);
-    // `transaction` stays owned by the caller and must outlive its use here.
-    void hostSetSyncTransaction(SurfaceComposerClient::Transaction* transaction);
-    void hostSetAcquireSingleBuffer(bool acquireSingleBuffer);
+    // Test setters; each takes mMutex (not recursive: never call with hostMutex() held).
+    void hostSetFrameCounts(int32_t numFrameAvailable, int32_t numAcquired) EXCLUDES(mMutex);
+    void hostSetMaxAcquiredBuffers(int32_t maxAcquiredBuffers) EXCLUDES(mMutex);
+    void hostAddSubmitted(const ReleaseCallbackId& id, const BufferItem& item) EXCLUDES(mMutex);
+    void hostAddPendingRelease(const ReleaseCallbackId& id, const sp<Fence>& releaseFence)
+        EXCLUDES(mMutex);
     void hostAddPendingTransaction(uint64_t frameNumber,
-                                   const SurfaceComposerClient::Transaction& transaction);
-    void hostSetFrameNumbers(uint64_t lastAcquiredFrameNumber, uint64_t lastAppliedFrameNumber,
-                             bool appliedLastTransaction);
-    void hostPushSurfaceControlWithPendingCallback(const sp<SurfaceControl>& surfaceControl);
-    void hostAddSyncedFrameNumber(uint64_t frameNumber);
+                                   const SurfaceComposerClient::Transaction& transaction)
+        EXCLUDES(mMutex);
+    void hostPushSurfaceControlWithPendingCallback(const sp<SurfaceControl>& surfaceControl)
+        EXCLUDES(mMutex);
+    void hostAddSyncedFrameNumber(uint64_t frameNumber) EXCLUDES(mMutex);
 
     // A copy of the state, taken under mMutex.
     struct HostSnapshot {
@@ -197,81 +311,7 @@ public:
         bool appliedLastTransaction = false;
         bool updateDestinationFrame = false;
     };
-    HostSnapshot hostSnapshot() const;
-
-private:
-    friend class TalvexBufferQueueHelper;
-
-    // Returns true if no more buffers may be acquired (AOSP allows one extra while a release is
-    // pending, two with `includeExtraAcquire`).
-    bool maxBuffersAcquired(bool includeExtraAcquire) const;
-    void acquireNextBufferLocked(SurfaceComposerClient::Transaction* transaction);
-    // Returns true if `item` must be dropped: a frozen buffer whose size is neither the layer's
-    // nor the requested one. Adopts the requested size when the buffer has it.
-    bool rejectBuffer(const BufferItem& item);
-    void releaseBufferCallbackLocked(const ReleaseCallbackId& id, const sp<Fence>& releaseFence,
-                                     std::optional<uint32_t> currentMaxAcquiredBufferCount,
-                                     bool fakeRelease);
-    void releaseBuffer(const ReleaseCallbackId& callbackId, const sp<Fence>& releaseFence);
-    void mergePendingTransactions(SurfaceComposerClient::Transaction* t, uint64_t frameNumber);
-
-    // A buffer the compositor released, waiting to go back to the queue.
-    struct ReleasedBuffer {
-        ReleaseCallbackId callbackId;
-        sp<Fence> releaseFence;
-        bool operator==(const ReleasedBuffer& rhs) const {
-            // Only compare Id so if we somehow got two callbacks with different fences we
-            // don't decrement mNumAcquired too far.
-            return rhs.callbackId == callbackId;
-        }
-    };
-
-    std::string mName;
-    // Represents the queued buffer count from buffer queue, pre-BLAST.
-    std::string mQueuedBufferTrace;
-    sp<SurfaceControl> mSurfaceControl;
-
-    mutable std::mutex mMutex;
-
-    // The max number of buffers the compositor lets this queue hold acquired.
-    int32_t mMaxAcquiredBuffers = 1;
-    int32_t mNumFrameAvailable = 0;
-    int32_t mNumAcquired = 0;
-
-    // Buffers submitted to the compositor and not yet released, by release callback id.
-    std::unordered_map<ReleaseCallbackId, BufferItem, ReleaseBufferCallbackIdHash> mSubmitted;
-    std::deque<ReleasedBuffer> mPendingRelease;
-
-    ui::Size mSize;
-    ui::Size mRequestedSize;
-    int32_t mFormat;
-
-    // Stands in for AOSP's mProducer/mConsumer (IGraphicBufferProducer/Consumer of one core).
-    sp<BufferQueueCore> mCore;
-    sp<BLASTBufferItemConsumer> mBufferItemConsumer;
-
-    std::function<void(SurfaceComposerClient::Transaction*)> mTransactionReadyCallback;
-    SurfaceComposerClient::Transaction* mSyncTransaction = nullptr;
-    std::vector<std::tuple<uint64_t /* framenumber */, SurfaceComposerClient::Transaction>>
-        mPendingTransactions;
-
-    uint64_t mLastAcquiredFrameNumber = 0;
-    bool mUpdateDestinationFrame = true;
-    bool mAcquireSingleBuffer = true;
-    uint64_t mLastAppliedFrameNumber = 0;
-    bool mAppliedLastTransaction = false;
-
-    // Surfaces whose transaction callbacks have not all arrived yet.
-    std::queue<sp<SurfaceControl>> mSurfaceControlsWithPendingCallback;
-
-    uint32_t mCurrentMaxAcquiredBufferCount = 0;
-    // Frame numbers taken into a sync transaction.
-    std::unordered_set<uint64_t> mSyncedFrameNumbers;
-
-    uint32_t mProducerId = 0;
-
-    // HOST-ONLY: see HostPatchPoints; guarded by mMutex.
-    HostPatchPoints* mHostPatchPoints = nullptr;
+    HostSnapshot hostSnapshot() const EXCLUDES(mMutex);
 };
 
 }  // namespace android

@@ -15,12 +15,14 @@
  */
 
 // Host model of AOSP libgui's gui/BufferItem.h (Android 14/15): one queued buffer as the
-// consumer sees it. All fields public, as in AOSP; parcelling and crop/dataspace omitted.
+// consumer sees it. All fields public, as in AOSP; parcelling, HDR metadata and damage omitted.
 #pragma once
 
 #include <stdint.h>
+#include <system/graphics.h>
 #include <ui/Fence.h>
 #include <ui/GraphicBuffer.h>
+#include <ui/Rect.h>
 #include <utils/StrongPointer.h>
 
 namespace android {
@@ -40,11 +42,14 @@ public:
     sp<GraphicBuffer> mGraphicBuffer;
     // The fence to wait on before reading the buffer.
     sp<Fence> mFence;
+    // The part of the buffer to show.
+    Rect mCrop;
     uint32_t mTransform;
     uint32_t mScalingMode;
     // When the producer queued the buffer, in ns of the monotonic clock.
     int64_t mTimestamp;
     bool mIsAutoTimestamp;
+    android_dataspace mDataSpace;
     uint64_t mFrameNumber;
     // The slot of the buffer, or INVALID_BUFFER_SLOT.
     int mSlot;

@@ -14,11 +14,12 @@
  * limitations under the License.
  */
 
-// Host model of AOSP libgui's gui/BufferItemConsumer.h (Android 14/15): a consumer that hands
-// out whole BufferItems.
+// Host model of libgui's gui/BufferItemConsumer.h (Android 14): a consumer that hands out whole
+// BufferItems.
 #pragma once
 
 #include <gui/BufferItem.h>
+#include <gui/BufferQueue.h>
 #include <gui/ConsumerBase.h>
 #include <stdint.h>
 #include <ui/Fence.h>
@@ -29,18 +30,20 @@ namespace android {
 
 class BufferItemConsumer : public ConsumerBase {
 public:
-    enum { DEFAULT_MAX_BUFFERS = -1 };
-    enum { INVALID_BUFFER_SLOT = BufferQueueCore::INVALID_BUFFER_SLOT };
-    enum { NO_BUFFER_AVAILABLE = ConsumerBase::NO_BUFFER_AVAILABLE };
+    typedef ConsumerBase::FrameAvailableListener FrameAvailableListener;
 
-    // Told when the queue drops a buffer.
+    // Told when the consumer drops a buffer.
     struct BufferFreedListener : public virtual RefBase {
         virtual void onBufferFreed(const wp<GraphicBuffer>& graphicBuffer) = 0;
     };
 
-    // Consumes from `core` with `consumerUsage`; `bufferCount` other than DEFAULT_MAX_BUFFERS
-    // sets the core's max acquired buffer count. AOSP takes an IGraphicBufferConsumer.
-    BufferItemConsumer(const sp<BufferQueueCore>& core, uint64_t consumerUsage,
+    enum { DEFAULT_MAX_BUFFERS = -1 };
+    enum { INVALID_BUFFER_SLOT = BufferQueue::INVALID_BUFFER_SLOT };
+    enum { NO_BUFFER_AVAILABLE = BufferQueue::NO_BUFFER_AVAILABLE };
+
+    // Consumes from `consumer` with `consumerUsage`; `bufferCount` other than
+    // DEFAULT_MAX_BUFFERS sets the queue's max acquired buffer count.
+    BufferItemConsumer(const sp<IGraphicBufferConsumer>& consumer, uint64_t consumerUsage,
                        int bufferCount = DEFAULT_MAX_BUFFERS, bool controlledByApp = false);
     ~BufferItemConsumer() override;
 
@@ -48,10 +51,12 @@ public:
 
     // Acquires the next queued buffer into `item`. Returns NO_BUFFER_AVAILABLE if none.
     status_t acquireBuffer(BufferItem* item, nsecs_t presentWhen, bool waitForFence = true);
-    // Releases `item`'s buffer back to the queue.
+    // Releases `item`'s buffer back to the queue, to be reused once `releaseFence` signals.
     status_t releaseBuffer(const BufferItem& item, const sp<Fence>& releaseFence = Fence::NO_FENCE);
 
 private:
+    void freeBufferLocked(int slotIndex) override;
+
     wp<BufferFreedListener> mBufferFreedListener;
 };
 

@@ -14,20 +14,21 @@
  * limitations under the License.
  */
 
-// Host model of AOSP libgui's gui/BufferQueueCore.h (Android 14/15): the state shared by a
-// buffer queue's producer and consumer. Every data member is private with AOSP's name and type;
-// libgui's producer and consumer classes are not modelled, so a clearly marked host-only public
-// section drives the core through the same transitions (dequeue, queue, acquire, release,
-// cancel, limits) keeping AOSP's slot invariant: each slot is in exactly one of mFreeSlots,
-// mFreeBuffers, mActiveBuffers, mUnusedSlots, and the slots outside mUnusedSlots number exactly
-// getMaxBufferCountLocked().
+// Host model of libgui's gui/BufferQueueCore.h (Android 14): the state a buffer queue's producer
+// and consumer share. Every member is private, with Android 14's name and type, and reached by
+// BufferQueueProducer and BufferQueueConsumer as in libgui. Each slot number is in exactly one
+// of mFreeSlots, mFreeBuffers, mActiveBuffers and mUnusedSlots, and the slots outside
+// mUnusedSlots number getMaxBufferCountLocked().
 #pragma once
 
 #include <gui/BufferItem.h>
 #include <gui/BufferQueueDefs.h>
 #include <gui/BufferSlot.h>
+#include <gui/IConsumerListener.h>
+#include <gui/IProducerListener.h>
 #include <stdint.h>
 #include <sys/types.h>
+#include <system/graphics.h>
 #include <ui/PixelFormat.h>
 #include <utils/Errors.h>
 #include <utils/RefBase.h>
@@ -35,6 +36,7 @@
 #include <utils/StrongPointer.h>
 #include <utils/Vector.h>
 
+#include <condition_variable>
 #include <list>
 #include <mutex>
 #include <set>
@@ -44,62 +46,98 @@
 namespace android {
 
 class BufferQueueCore : public virtual RefBase {
+    friend class BufferQueueProducer;
+    friend class BufferQueueConsumer;
+
 public:
     enum { INVALID_BUFFER_SLOT = BufferItem::INVALID_BUFFER_SLOT };
     enum { MAX_MAX_ACQUIRED_BUFFERS = BufferQueueDefs::NUM_BUFFER_SLOTS - 2 };
-    enum { NUM_BUFFER_SLOTS = BufferQueueDefs::NUM_BUFFER_SLOTS };
-    enum { NO_CONNECTED_API = 0, CURRENTLY_CONNECTED_API = -1 };
+    enum {
+        CURRENTLY_CONNECTED_API = -1,
+        NO_CONNECTED_API = 0,
+    };
 
     typedef Vector<BufferItem> Fifo;
 
     // An empty queue: no buffers, slots 0..getMaxBufferCountLocked()-1 free, the rest unused.
     BufferQueueCore();
-    ~BufferQueueCore() override;
+    virtual ~BufferQueueCore();
 
-    BufferQueueCore(const BufferQueueCore&) = delete;
-    BufferQueueCore& operator=(const BufferQueueCore&) = delete;
+private:
+    friend class TalvexBufferQueueHelper;
 
-    // ---- HOST-ONLY (not in AOSP): what BufferQueueProducer/BufferQueueConsumer do ----
-    // Each takes mMutex (not recursive: never call with hostMutex() held).
+    // Appends a summary of the queue to `*outResult`, each line behind `prefix`; takes mMutex.
+    void dumpState(const String8& prefix, String8* outResult) const;
 
-    // Producer dequeueBuffer: takes the oldest free buffer, else the lowest free slot, and makes
-    // it DEQUEUED. A slot without a buffer, or whose buffer does not match the default size and
-    // format, gets a new GraphicBuffer unless `allocate` is false (then the slot stays without
-    // a buffer, as between AOSP's dequeue and its allocation). Returns the slot, or
-    // INVALID_BUFFER_SLOT when mMaxDequeuedBufferCount buffers are already dequeued or no slot
-    // is available.
-    int hostDequeueBuffer(bool allocate = true);
-    // Producer queueBuffer: `slot` must be DEQUEUED with a buffer. Its frame number becomes
-    // ++mFrameCounter, it becomes QUEUED and a BufferItem joins mQueue (replacing a droppable
-    // last item in async mode, whose slot becomes a free buffer). Returns BAD_VALUE otherwise.
-    status_t hostQueueBuffer(int slot, int64_t timestamp = 0);
-    // Producer cancelBuffer: a DEQUEUED `slot` becomes FREE (a free buffer, or a free slot if it
-    // has no buffer). Returns BAD_VALUE otherwise.
-    status_t hostCancelBuffer(int slot);
-    // Consumer acquireBuffer: pops the front of mQueue into `outItem` and makes its slot
-    // ACQUIRED. Returns false if the queue is empty or mMaxAcquiredBufferCount + 1 buffers are
-    // already acquired (AOSP's one extra).
-    bool hostAcquireBuffer(BufferItem* outItem);
-    // Consumer releaseBuffer: an ACQUIRED `slot` whose frame is `frameNumber` becomes FREE (a
-    // free buffer). Returns BAD_VALUE for a slot that is not acquired, STALE_BUFFER_SLOT (1)
-    // for another frame number.
-    status_t hostReleaseBuffer(int slot, uint64_t frameNumber);
-    // Marks an active `slot` SHARED (shared-buffer mode). Returns BAD_VALUE otherwise.
-    status_t hostMarkShared(int slot);
+    int getMinUndequeuedBufferCountLocked() const;
+    int getMinMaxBufferCountLocked() const;
+    int getMaxBufferCountLocked() const;
+    int getMaxBufferCountLocked(bool asyncMode, bool dequeueBufferCannotBlock,
+                                int maxBufferCount) const;
+    // Forgets `slot`'s buffer and state.
+    void clearBufferSlotLocked(int slot);
+    // Drops every buffer: every slot outside mUnusedSlots becomes a free slot.
+    void freeAllBuffersLocked();
+    // Moves `delta` slots from mUnusedSlots to mFreeSlots (delta > 0) or from the free sets to
+    // mUnusedSlots (delta < 0, dropping their buffers). Returns false, changing nothing, if
+    // there are not enough.
+    bool adjustAvailableSlotsLocked(int delta);
+    // Waits while a dequeue allocates a buffer outside the lock.
+    void waitWhileAllocatingLocked(std::unique_lock<std::mutex>& lock) const;
 
-    // Setters of the consumer's and producer's configuration.
-    void hostSetConsumerName(const String8& name);
-    void hostSetConnectedApi(int api, pid_t pid);
-    // These change how many slots are available, moving slots between mUnusedSlots and the free
-    // sets as AOSP does. Return BAD_VALUE (changing nothing) if the new limits are out of range,
-    // below what is in use, or need more free slots than there are.
-    status_t hostSetMaxAcquiredBufferCount(int maxAcquiredBuffers);
-    status_t hostSetMaxDequeuedBufferCount(int maxDequeuedBuffers);
-    status_t hostSetAsyncMode(bool async);
-    status_t hostSetDequeueBufferCannotBlock(bool cannotBlock);
-    // Returns BAD_VALUE for a zero dimension, as AOSP's consumer does.
-    status_t hostSetDefaultBufferSize(uint32_t width, uint32_t height);
-    void hostSetDefaultBufferFormat(PixelFormat format);
+    mutable std::mutex mMutex;
+    bool mIsAbandoned;
+    bool mConsumerControlledByApp;
+    String8 mConsumerName;
+    sp<IConsumerListener> mConsumerListener;
+    uint64_t mConsumerUsageBits;
+    bool mConsumerIsProtected;
+    int mConnectedApi;
+    pid_t mConnectedPid;
+    sp<IProducerListener> mLinkedToDeath;
+    sp<IProducerListener> mConnectedProducerListener;
+    bool mBufferReleasedCbEnabled;
+    BufferQueueDefs::SlotsType mSlots;
+    Fifo mQueue;
+    std::set<int> mFreeSlots;
+    std::list<int> mFreeBuffers;
+    std::list<int> mUnusedSlots;
+    std::set<int> mActiveBuffers;
+    // Told whenever a slot may have become free (release, cancel, a new limit).
+    mutable std::condition_variable mDequeueCondition;
+    bool mDequeueBufferCannotBlock;
+    bool mQueueBufferCanDrop;
+    bool mLegacyBufferDrop;
+    PixelFormat mDefaultBufferFormat;
+    uint32_t mDefaultWidth;
+    uint32_t mDefaultHeight;
+    android_dataspace mDefaultBufferDataSpace;
+    int mMaxBufferCount;
+    int mMaxAcquiredBufferCount;
+    int mMaxDequeuedBufferCount;
+    bool mBufferHasBeenQueued;
+    uint64_t mFrameCounter;
+    uint32_t mTransformHint;
+    bool mIsAllocating;
+    mutable std::condition_variable mIsAllocatingCondition;
+    bool mAllowAllocation;
+    uint64_t mBufferAge;
+    uint32_t mGenerationNumber;
+    bool mAsyncMode;
+    bool mSharedBufferMode;
+    bool mAutoRefresh;
+    int mSharedBufferSlot;
+    int mLastQueuedSlot;
+    const uint64_t mUniqueId;
+    bool mAutoPrerotation;
+    uint32_t mTransformHintInUse;
+    // Set by a BLAST queue's consumer: it may hold one more buffer than the maximum.
+    bool mAllowExtraAcquire = false;
+
+    // ---- Host only (not in Android 14) ----
+public:
+    // The core's lock, for callers that must hold it (as libgui does around a core dump).
+    std::mutex& hostMutex() const { return mMutex; }
 
     // A copy of the core's state, taken under mMutex.
     struct HostSnapshot {
@@ -126,70 +164,13 @@ public:
     HostSnapshot hostSnapshot() const;
 
     // Returns true if the slot invariant holds; otherwise false, with the first violation in
-    // `whyNot` when given.
+    // `whyNot` when given. Takes mMutex.
     bool hostCheckSlotInvariant(std::string* whyNot = nullptr) const;
-
-    // The core's lock, for callers that must hold it (as libgui does around a core dump).
-    std::mutex& hostMutex() const { return mMutex; }
+    // Drops the buffer of a dequeued `slot`, as between libgui's dequeue and its allocation.
+    void hostDropDequeuedBuffer(int slot);
 
 private:
-    friend class TalvexBufferQueueHelper;
-
-    // Returns "unnamed-<pid>-<n>", n counting from 0 in the process.
-    static String8 getUniqueName();
-    // Returns (pid << 32) | a per-process counter.
-    static uint64_t getUniqueId();
-
-    int getMinUndequeuedBufferCountLocked() const;
-    int getMaxBufferCountLocked() const;
-    int getMaxBufferCountLocked(bool asyncMode, bool dequeueBufferCannotBlock,
-                                int maxBufferCount) const;
-    // Moves `delta` slots from mUnusedSlots to mFreeSlots (delta > 0) or from the free sets to
-    // mUnusedSlots (delta < 0, dropping their buffers). Returns false, changing nothing, if
-    // there are not enough.
-    bool adjustAvailableSlotsLocked(int delta);
-    void clearBufferSlotLocked(int slot);
-    status_t setLimitsLocked(int maxAcquired, int maxDequeued, bool async, bool cannotBlock);
-    bool checkSlotInvariantLocked(std::string* whyNot) const;
-    int countActiveLocked(bool (BufferState::*predicate)() const) const;
-
-    mutable std::mutex mMutex;
-    bool mIsAbandoned;
-    bool mConsumerControlledByApp;
-    String8 mConsumerName;
-    uint64_t mConsumerUsageBits;
-    bool mConsumerIsProtected;
-    int mConnectedApi;
-    pid_t mConnectedPid;
-    bool mBufferReleasedCbEnabled;
-    BufferQueueDefs::SlotsType mSlots;
-    Fifo mQueue;
-    std::set<int> mFreeSlots;
-    std::list<int> mFreeBuffers;
-    std::list<int> mUnusedSlots;
-    std::set<int> mActiveBuffers;
-    bool mDequeueBufferCannotBlock;
-    bool mQueueBufferCanDrop;
-    bool mLegacyBufferDrop;
-    PixelFormat mDefaultBufferFormat;
-    uint32_t mDefaultWidth;
-    uint32_t mDefaultHeight;
-    int mMaxBufferCount;
-    int mMaxAcquiredBufferCount;
-    int mMaxDequeuedBufferCount;
-    bool mBufferHasBeenQueued;
-    uint64_t mFrameCounter;
-    uint32_t mTransformHint;
-    bool mIsAllocating;
-    bool mAllowAllocation;
-    uint64_t mBufferAge;
-    uint32_t mGenerationNumber;
-    bool mAsyncMode;
-    bool mSharedBufferMode;
-    bool mAutoRefresh;
-    int mSharedBufferSlot;
-    int mLastQueuedSlot;
-    const uint64_t mUniqueId;
+    bool hostCheckSlotInvariantLocked(std::string* whyNot) const;
 };
 
 }  // namespace android

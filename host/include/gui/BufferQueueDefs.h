@@ -14,16 +14,14 @@
  * limitations under the License.
  */
 
-// Host model of AOSP libgui's gui/BufferQueueDefs.h: the slot count and the slot array type.
+// Host model of libgui's gui/BufferQueueDefs.h (Android 14): the slot array type.
 #pragma once
 
 #include <gui/BufferSlot.h>
+#include <ui/BufferQueueDefs.h>
 
 namespace android {
 namespace BufferQueueDefs {
-
-// The number of slots of every buffer queue (ui/BufferQueueDefs.h in AOSP).
-enum { NUM_BUFFER_SLOTS = 64 };
 
 typedef BufferSlot SlotsType[NUM_BUFFER_SLOTS];
 

@@ -18,6 +18,8 @@
 // slot, counted per owner as AOSP does (several dequeues/acquires only in shared-buffer mode).
 #pragma once
 
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
 #include <stdint.h>
 #include <ui/Fence.h>
 #include <ui/GraphicBuffer.h>
@@ -83,7 +85,9 @@ struct BufferSlot {
         : mGraphicBuffer(nullptr),
           mBufferState(),
           mRequestBufferCalled(false),
+          mEglDisplay(EGL_NO_DISPLAY),
           mFrameNumber(0),
+          mEglFence(EGL_NO_SYNC_KHR),
           mFence(Fence::NO_FENCE),
           mAcquireCalled(false),
           mNeedsReallocation(false) {}
@@ -92,8 +96,10 @@ struct BufferSlot {
     BufferState mBufferState;
     // Whether the producer has asked for the buffer (requestBuffer).
     bool mRequestBufferCalled;
+    EGLDisplay mEglDisplay;
     // The number of the frame last queued in this slot.
     uint64_t mFrameNumber;
+    EGLSyncKHR mEglFence;
     // The fence to wait on before the current owner may use the buffer.
     sp<Fence> mFence;
     // Whether the consumer has seen this buffer since it was allocated.

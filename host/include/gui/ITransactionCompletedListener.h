@@ -118,6 +118,7 @@ public:
     std::optional<uint32_t> transformHint = 0;
     ReleaseCallbackId previousReleaseCallbackId;
     FrameEventHistoryStats frameEventStats;
+    uint32_t currentMaxAcquiredBufferCount = 0;
 };
 
 using TransactionCompletedCallbackTakesContext =

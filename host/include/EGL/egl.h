@@ -1,0 +1,22 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// Host stand-in for the two EGL types libgui's buffer queue carries through without using them
+// here (a slot's EGL display and fence). Nothing on the host talks to EGL.
+#pragma once
+
+typedef void* EGLDisplay;
+#define EGL_NO_DISPLAY ((EGLDisplay)0)
