@@ -46,3 +46,32 @@ foreach(entry ${TALVEX_LOCK_ANNOTATION_CASES})
             PASS_REGULAR_EXPRESSION "error: ${error} \\[-Werror,-Wthread-safety-analysis\\]")
     endif()
 endforeach()
+
+# The BLAST queue's members are GUARDED_BY its mMutex, which both BLAST dumps' callers hold: each
+# dump tells the analysis so. Without that assertion the build must stop at the first guarded read.
+# name|source|the error it must stop at
+set(TALVEX_LOCK_ASSERTION_CASES
+    "blast_dump_unasserted|bufferqueue_helper/blast_state_dump.cpp|reading variable 'mSurfaceControl' requires holding mutex 'bbq->mMutex'"
+    "registry_dump_unasserted|bufferqueue_helper/bufferqueue_helper_registry.cpp|reading variable 'mNumFrameAvailable' requires holding mutex 'queue->mMutex'")
+
+foreach(entry ${TALVEX_LOCK_ASSERTION_CASES})
+    string(REPLACE "|" ";" fields "${entry}")
+    list(GET fields 0 name)
+    list(GET fields 1 source)
+    list(GET fields 2 error)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/${source})
+    file(READ ${PROJECT_SOURCE_DIR}/${source} text)
+    string(REGEX REPLACE "[^\n]*ScopedLockAssertion[^\n]*\n" "" unasserted "${text}")
+    if(unasserted STREQUAL text)
+        message(FATAL_ERROR "${source} asserts no lock: the case ${name} would test nothing")
+    endif()
+    set(copy ${CMAKE_CURRENT_BINARY_DIR}/lock_assertion/${name}.cpp)
+    file(WRITE ${copy} "${unasserted}")
+    set(target lock_annotation_case_${name})
+    talvex_thread_safety_check(NAME ${target} LIKE gui_talvex_utils EXCLUDE_FROM_ALL SRCS ${copy})
+    add_test(NAME lock_annotations.${name}
+        COMMAND ${CMAKE_COMMAND} --build ${CMAKE_BINARY_DIR} --target ${target})
+    set_tests_properties(lock_annotations.${name} PROPERTIES
+        RESOURCE_LOCK build_tree
+        PASS_REGULAR_EXPRESSION "error: ${error} \\[-Werror,-Wthread-safety-analysis\\]")
+endforeach()

@@ -29,10 +29,11 @@
 #include <limits>
 
 #ifdef TALVEX_LIBGUI_HOOKS
+#include <future>
+#endif
+#ifdef TALVEX_LIBGUI_HOOKS
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
-
-#include <future>
 #endif
 
 namespace android {
@@ -245,10 +246,10 @@ void BLASTBufferQueue::transactionCommittedCallback(nsecs_t /*latchTime*/,
     if (!mSurfaceControlsWithPendingCallback.empty()) {
         const sp<SurfaceControl> pendingSC = mSurfaceControlsWithPendingCallback.front();
         if (std::optional<SurfaceControlStats> stat = findMatchingStat(stats, pendingSC)) {
+            const uint64_t currFrameNumber = stat->frameEventStats.frameNumber;
             // Frames held behind a sync go once no synced frame waits for its commit.
-            mSyncedFrameNumbers.erase(stat->frameEventStats.frameNumber);
-            TALVEX_FRAME_EVENT(stat->frameEventStats.frameNumber,
-                               FrameType::transactionCommittedCallback);
+            mSyncedFrameNumbers.erase(currFrameNumber);
+            TALVEX_FRAME_EVENT(currFrameNumber, FrameType::transactionCommittedCallback);
             if (mSyncedFrameNumbers.empty()) flushShadowQueue();
         }
     }

@@ -56,6 +56,8 @@
 namespace android {
 
 class BLASTBufferQueue;
+class BufferItemConsumer;
+class BufferQueueCore;
 
 class BLASTBufferItemConsumer : public BufferItemConsumer {
 public:
@@ -139,6 +141,7 @@ public:
 private:
     friend class BLASTBufferQueueHelper;
     friend class BBQBufferQueueProducer;
+    // Reads the queue for its dumps (libgui_talvex_utils).
     friend class TalvexBufferQueueHelper;
 
     // can't be copied

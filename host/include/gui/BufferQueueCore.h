@@ -64,6 +64,7 @@ public:
     virtual ~BufferQueueCore();
 
 private:
+    // Reads the core for its dumps (libgui_talvex_utils).
     friend class TalvexBufferQueueHelper;
 
     // Appends a summary of the queue to `*outResult`, each line behind `prefix`; takes mMutex.
