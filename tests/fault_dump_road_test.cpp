@@ -28,6 +28,7 @@
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
 
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -35,8 +36,10 @@
 #include <mutex>
 #include <ostream>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "support/frame_record_fixture.h"
 #include "support/host_objects.h"
 #include "support/log_capture.h"
 #include "support/own_process.h"
@@ -234,6 +237,41 @@ INSTANTIATE_TEST_SUITE_P(Holdups, DumperHeldUp,
                          [](const ::testing::TestParamInfo<Holdup>& info) {
                              return ::testing::PrintToString(info.param);
                          });
+
+// A queue that goes while its dump waits on the dumper thread is read before it goes, never after:
+// libgui's destructor waits for the dumper thread (AddressSanitizer would report the read).
+TEST(DumpRoadTeardown, QueueGoingWhileItsDumpWaitsOutlivesTheDump) {
+    EXPECT_IN_OWN_PROCESS({
+        ScopedProperty buildType("ro.build.type", "userdebug");
+        sp<HostCompositor> compositor(new HostCompositor());
+        ASSERT_EQ(android::NO_ERROR, HostCompositor::registerAsSurfaceFlinger(compositor));
+        Road road;
+        road.recordFrame(1);
+        auto& record = *static_cast<android::TalvexFrameRecord*>(road.record);
+        LogCapture logs;
+
+        // A slow task holds the worker; the queue's dump waits behind it.
+        std::promise<void> release;
+        std::shared_future<void> released = release.get_future().share();
+        road.record->pushTaskAndStart([released] { released.wait(); });
+        road.armedTrigger();
+
+        std::atomic<bool> destroyed{false};
+        std::thread app([&] {
+            road.bbq.clear();  // the last reference: the queue's destructor runs here
+            destroyed = true;
+        });
+        // The destructor hands the worker its own task behind the dump and waits for it.
+        while (!destroyed && android::TalvexFrameRecordTestPeer::queuedTasks(record) < 2) {
+            std::this_thread::yield();
+        }
+        EXPECT_FALSE(destroyed) << "the queue went with its dump still queued";
+        release.set_value();
+        app.join();
+        EXPECT_EQ(1u, logs.count(kStart));
+        EXPECT_EQ(1u, logs.count(kCallbacksOver));
+    });
+}
 
 }  // namespace
 }  // namespace talvex::test

@@ -58,6 +58,11 @@ public:
         std::lock_guard<std::mutex> lock(thread.mLock);
         return thread.mThread.joinable();
     }
+    // Returns how many tasks wait for `record`'s worker (the one it runs is not counted).
+    static size_t queuedTasks(TalvexFrameRecord& record) {
+        std::lock_guard<std::mutex> lock(record.mDumperThread.mLock);
+        return record.mDumperThread.mTaskQueue.size();
+    }
     static bool running(const TalvexFrameRecord::DumperThread& thread) {
         return thread.mRunning.load(std::memory_order_acquire);
     }
