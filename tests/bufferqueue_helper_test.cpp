@@ -422,7 +422,8 @@ TEST(BufferQueueHelperRoad, LibguiThreadsNeitherDeadlockNorRaceNorLoseADump) {
                     std::lock_guard<std::mutex> lock(listener->hostMutex());
                     record->addCallbackIdLocked(id.id);
                 }
-                listener->hostCompleteCallback(id, 0, nullptr, {});
+                listener->onTransactionCompleted(android::ListenerStats::createEmpty(
+                    android::IInterface::asBinder(listener->getIInstance()), {id}));
                 std::lock_guard<std::mutex> lock(listener->hostMutex());
                 record->removeCallbackIdLocked(id.id);
             }

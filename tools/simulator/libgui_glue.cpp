@@ -160,24 +160,21 @@ void PatchedQueue::bufferReleasedLocked(uint64_t frameNumber) {
 }
 
 void patchTransactionCompletedListener() {
-    TransactionCompletedListener::getInstance()->hostSetCallbackIdObserver(
-        [](int64_t id, bool added) {
-            if (added) {
-                getFrameRecordIns()->addCallbackIdLocked(id);
-            } else {
-                getFrameRecordIns()->removeCallbackIdLocked(id);
-            }
-        });
-}
-
-void listenerTransactionCommitted(const sp<SurfaceControl>& surface, uint64_t frameNumber) {
-    getFrameRecordIns()->setLayerFrameEvent(surface.get(), frameNumber,
-                                            FrameType::onTransactionCompletedCommit);
-}
-
-void listenerTransactionCompleted(const sp<SurfaceControl>& surface, uint64_t frameNumber) {
-    getFrameRecordIns()->setLayerFrameEvent(surface.get(), frameNumber,
-                                            FrameType::onTransactionCompletedComplete);
+    sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
+    listener->hostSetCallbackIdObserver([](int64_t id, bool added) {
+        if (added) {
+            getFrameRecordIns()->addCallbackIdLocked(id);
+        } else {
+            getFrameRecordIns()->removeCallbackIdLocked(id);
+        }
+    });
+    listener->hostSetSurfaceStatsObserver([](const sp<SurfaceControl>& surfaceControl,
+                                             uint64_t frameNumber, android::CallbackId::Type type) {
+        getFrameRecordIns()->setLayerFrameEvent(surfaceControl.get(), frameNumber,
+                                                type == android::CallbackId::Type::ON_COMMIT
+                                                    ? FrameType::onTransactionCompletedCommit
+                                                    : FrameType::onTransactionCompletedComplete);
+    });
 }
 
 void syncTransactionApplied(int32_t layerId, uint64_t frameNumber) {

@@ -89,16 +89,11 @@ private:
 void waitForDumperThread();
 
 // The TransactionCompletedListener's part: times every callback id it registers and forgets
-// it when the callback runs, under the listener's lock. Call once before any queue exists.
+// it when a report takes it out, under the listener's lock, and records each frame's commit and
+// completion as the listener builds the stats for a callback, before that callback runs. Call
+// once before any queue exists.
 void patchTransactionCompletedListener();
 
-// The listener received the compositor's commit of `frameNumber` on `surface`.
-void listenerTransactionCommitted(const android::sp<android::SurfaceControl>& surface,
-                                  uint64_t frameNumber);
-// The listener received the completion of `frameNumber` on `surface` (before it runs the
-// queue's callback).
-void listenerTransactionCompleted(const android::sp<android::SurfaceControl>& surface,
-                                  uint64_t frameNumber);
 // A sync transaction is applied by whoever asked for it, carrying `frameNumber` of `layerId`.
 void syncTransactionApplied(int32_t layerId, uint64_t frameNumber);
 

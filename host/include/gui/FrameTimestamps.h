@@ -1,0 +1,28 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// Host model of the part of AOSP libgui's gui/FrameTimestamps.h (Android 14/15) that the
+// transaction-completed stats use: the compositor timing, under its libgui name. The frame event
+// history itself is not modelled.
+#pragma once
+
+#include <gui/CompositorTiming.h>
+
+namespace android {
+
+using gui::CompositorTiming;
+
+}  // namespace android
