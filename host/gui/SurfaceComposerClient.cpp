@@ -124,9 +124,9 @@ sp<SurfaceControl> SurfaceComposerClient::createSurface(const String8& name, uin
 
 SurfaceComposerClient::Transaction::Transaction() : mId(generateId()) {}
 
+// The merged ids are not copied: they describe merges into the original only.
 SurfaceComposerClient::Transaction::Transaction(const Transaction& other)
     : mListenerCallbacks(other.mListenerCallbacks),
-      mMergedTransactionIds(other.mMergedTransactionIds),
       mId(other.mId),
       mHostLayerStates(other.mHostLayerStates) {}
 
@@ -139,9 +139,18 @@ std::vector<uint64_t> SurfaceComposerClient::Transaction::getMergedTransactionId
 }
 
 SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::merge(Transaction&& other) {
-    mMergedTransactionIds.push_back(other.mId);
-    mMergedTransactionIds.insert(mMergedTransactionIds.end(), other.mMergedTransactionIds.begin(),
-                                 other.mMergedTransactionIds.end());
+    // Room for other's history and its own id: the oldest of ours go first.
+    while (!mMergedTransactionIds.empty() &&
+           mMergedTransactionIds.size() + other.mMergedTransactionIds.size() >
+               MAX_MERGE_HISTORY_LENGTH - 1) {
+        mMergedTransactionIds.pop_back();
+    }
+    // A full history of other's loses its oldest entry to other's own id.
+    auto otherEnd = other.mMergedTransactionIds.end();
+    if (other.mMergedTransactionIds.size() == MAX_MERGE_HISTORY_LENGTH) --otherEnd;
+    mMergedTransactionIds.insert(mMergedTransactionIds.begin(), other.mMergedTransactionIds.begin(),
+                                 otherEnd);
+    mMergedTransactionIds.insert(mMergedTransactionIds.begin(), other.mId);
 
     for (const auto& [handle, state] : other.mHostLayerStates) {
         auto mine = mHostLayerStates.find(handle);
@@ -188,7 +197,10 @@ void SurfaceComposerClient::Transaction::hostSetApplyObserver(
 
 status_t SurfaceComposerClient::Transaction::apply(bool /*synchronous*/, bool /*oneWay*/) {
     if (mStatus != NO_ERROR) return mStatus;
+    // The compositor receives it under the id it had until now; the object goes on as a new
+    // transaction.
     if (applyObserver()) applyObserver()(*this);
+    mId = generateId();
     clear();
     mStatus = NO_ERROR;
     return NO_ERROR;

@@ -138,7 +138,9 @@ public:
     protected:
         std::unordered_map<sp<ITransactionCompletedListener>, CallbackInfo, TCLHash> mListenerCallbacks;
 
-        // The ids of the transactions merged into this one.
+        // The ids of the transactions merged into this one, most recent first, at most
+        // MAX_MERGE_HISTORY_LENGTH of them.
+        static const size_t MAX_MERGE_HISTORY_LENGTH = 10u;
         std::vector<uint64_t> mMergedTransactionIds;
 
         uint64_t mId;
@@ -155,13 +157,14 @@ public:
         // Drops every change and callback registration; the id stays.
         void clear();
 
-        // Returns the id, unique in the process: (pid << 32) | a per-process counter.
+        // Returns the id, unique in the process: (pid << 32) | a per-process counter. Each
+        // apply() gives the transaction a new one.
         uint64_t getId();
 
         std::vector<uint64_t> getMergedTransactionIds();
 
-        // Hands the transaction to the compositor and clears it. Returns the error a setter
-        // recorded, if any, without applying.
+        // Hands the transaction to the compositor, gives it a new id and clears it. Returns the
+        // error a setter recorded, if any, without applying.
         status_t apply(bool synchronous = false, bool oneWay = false);
         // Moves `other`'s changes and callbacks into this one and clears `other`. A buffer of
         // this one that `other` replaces is released.
