@@ -242,6 +242,11 @@ SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::setBuffe
         }
     }
     registerSurfaceControlForCallback(sc);
+
+    // The compositor sends a latched buffer's release along with a completion callback: one that
+    // does nothing makes sure there is one, whatever the caller registers.
+    addTransactionCompletedCallback(
+        [](void*, nsecs_t, const sp<Fence>&, const std::vector<SurfaceControlStats>&) {}, nullptr);
     return *this;
 }
 

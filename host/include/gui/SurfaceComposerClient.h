@@ -172,7 +172,8 @@ public:
 
         // Sets `sc`'s buffer, with the frame number from sc->resolveFrameNumber(frameNumber).
         // `callback` runs when the compositor releases the buffer. A buffer it replaces is
-        // released.
+        // released. Also registers an empty completion callback, so that the compositor reports
+        // back on every transaction with a buffer.
         Transaction& setBuffer(const sp<SurfaceControl>& sc, const sp<GraphicBuffer>& buffer,
                                const std::optional<sp<Fence>>& fence = std::nullopt,
                                const std::optional<uint64_t>& frameNumber = std::nullopt,
