@@ -16,7 +16,8 @@
 # Compiles every source that Android.bp gives the library and its device test, -fsyntax-only,
 # against the headers of a real Android tree, with Android.bp's own flags: what an OEM runs
 # before putting the library into their build. The host build compiles against models of
-# libgui; only this check sees the real class layouts, macros and locking annotations.
+# libgui; only this check sees the real class layouts, macros and locking annotations. Given
+# libgui's integration series, it also compiles the libgui sources the series changes, as patched.
 # Run it with --help for the interface.
 set -uo pipefail
 
@@ -43,6 +44,14 @@ readonly -a NATIVE_INCLUDES=(
 # Taken when the tree has them: Android 15's libui headers include libftl's.
 readonly -a NATIVE_OPTIONAL_INCLUDES=(libs/ftl/include)
 readonly -a CORE_INCLUDES=(libutils/include libcutils/include libsystem/include libsync/include)
+# libgui in frameworks/native: the series' sources directly in this dir are compiled, with the
+# flags of this module in its Android.bp, and the C++ standard Soong gives a module without
+# cpp_std (Android 12 to 14).
+readonly LIBGUI_DIR=libs/gui
+readonly LIBGUI_MODULE=libgui
+readonly LIBGUI_DEFAULT_STD=gnu++17
+# What libgui's system variant defines for the integration's lines to be built.
+readonly HOOKS_MACRO=TALVEX_LIBGUI_HOOKS
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 stubs=$root/scripts/device-stubs
@@ -74,22 +83,42 @@ Options:
                    into one include dir; may be repeated. The project's stand-ins
                    (scripts/device-stubs) stay last on the include path, so a header found
                    in the tree or here always wins over them.
-  --patches DIR    apply the series DIR/*.patch (git format-patch, against frameworks/native)
-                   to the temporary copy of frameworks/native's headers first; a series that
-                   fails "git apply --check" stops the check. Changes to files outside the
-                   include dirs (sources, build files) are left out.
+  --patches DIR    check libgui's integration too: the series DIR/*.patch (git format-patch,
+                   against frameworks/native); see below
   --no-tests       check $LIBRARY only
   -j, --jobs N     compile N sources at a time (default: the number of CPUs)
   --errors N       compiler error lines shown for a failing source (default 5; 0: all output)
   --clang PATH     the compiler (default: clang++)
   -v, --verbose    print each compiler command on stderr
   --self-test      check this script itself (Android.bp reader, tree detection, header
-                   edits, output) on scratch files, then exit
+                   edits, a synthetic series on a scratch frameworks/native, output) on
+                   scratch files, then exit; needs git
   -h, --help       show this help
 
-Exit status: 0 if every source compiles, 1 if any does not, 2 for bad usage or a missing
-tree or tool. Needs clang and libc++ (Debian: clang libc++-14-dev libc++abi-14-dev), and for
-the test module googletest (Debian: libgtest-dev libgmock-dev).
+With --patches, each patch is checked ("git apply --check") and applied in turn to a
+temporary copy of frameworks/native's include dirs and of every file the series touches. The
+first patch that does not apply is reported as "FAIL NNNN-name.patch" with git's errors, and
+nothing is compiled. Otherwise the library compiles against the patched headers, and then
+every source the series changes directly in libs/gui (libs/gui/*.cpp) compiles as patched:
+"ok   libs/gui/X.cpp (patched)" or "FAIL libs/gui/X.cpp (patched)" with its first errors and
+a verdict: the tree's own X.cpp compiles with the same flags (the failure is the series'), or
+fails too (a stand-in, a flag or a tree is missing). A last line "K/L patched libgui sources
+ok" follows "N/M sources ok". These sources get:
+  flags         libgui's -W, -D and -U cflags and cppflags and its cpp_std (else
+                $LIBGUI_DEFAULT_STD, Soong's default up to Android 14) from libs/gui/Android.bp as
+                patched, its defaults followed, target.android taken and other variants
+                not (so the series' -D$HOOKS_MACRO, not the vendor variant's -U);
+                then the host flags the library gets
+  include dirs  libs/gui; the tree's, each patched copy first; the exported dirs of the
+                modules of this project's Android.bp that libgui depends on (the series'
+                header library); --generated; the stand-ins
+Compiler messages name a file the series changes by its path in the series (libs/gui/...),
+with the patched file's line numbers; other files by their path in the tree.
+
+Exit status: 0 if every source compiles, 1 if any does not or the series does not apply, 2
+for bad usage or a missing tree or tool. Needs clang and libc++ (Debian: clang
+libc++-14-dev libc++abi-14-dev), for the test module googletest (Debian: libgtest-dev
+libgmock-dev), and for --patches and --self-test git.
 EOF
 }
 
@@ -416,39 +445,105 @@ add_sp_factories() {
     echo "${missing[@]}"
 }
 
-# Copies DIR (a path inside TREE) to the same path under COPY, writable.
-copy_into() {
-    local tree=$1 dir=$2 copy=$3
-    mkdir -p "$copy/$(dirname "$dir")"
-    cp -R "$tree/$dir" "$copy/$dir" && chmod -R u+w "$copy/$dir"
+# ATRACE_INSTANT, which frameworks/native 13 and later call (gui/TraceUtils.h) and a
+# system/core 12 or older lacks: the macro over a function of its signature that does nothing.
+# FILE is cutils/trace.h.
+trace_instant_missing() {
+    ! grep -Eq '^[[:space:]]*#[[:space:]]*define[[:space:]]+ATRACE_INSTANT\(' "$1"
 }
 
-# Applies PATCHES/*.patch in order to the copy of frameworks/native's headers, each checked
-# first; only the files of the copied include dirs take part.
+# Adds ATRACE_INSTANT after the end of FILE, so that compiler messages keep the tree's line
+# numbers; guarded on its own, as it follows the file's include guard.
+add_trace_instant() {
+    printf '%s\n' '#ifndef ATRACE_INSTANT' \
+        '#define ATRACE_INSTANT(name) atrace_instant(ATRACE_TAG, name)' \
+        'static inline void atrace_instant(uint64_t tag, const char* name) {' \
+        '    (void)tag;' '    (void)name;' '}' '#endif' >>"$1"
+}
+
+# Copies PATH (a dir or file inside TREE) to the same path under COPY, writable.
+copy_into() {
+    local tree=$1 path=$2 copy=$3
+    mkdir -p "$copy/$(dirname "$path")"
+    cp -R "$tree/$path" "$copy/$path" && chmod -R u+w "$copy/$path"
+}
+
+# The paths that the patches PATCH... touch, each once, in the series' order (a rename gives
+# both names).
+series_paths() {
+    awk '/^diff --git a\/.* b\// {
+        a = $3; b = $4; sub(/^a\//, "", a); sub(/^b\//, "", b)
+        if (!(a in seen)) { seen[a]; print a }
+        if (!(b in seen)) { seen[b]; print b }
+    }' "$@"
+}
+
+# Copies frameworks/native's include dirs and every file of the series DIR/*.patch to COPY,
+# then checks and applies each patch in turn; sets series_changed to the paths the series
+# touches. For a patch that does not apply, prints a FAIL line and git's errors and returns 1.
 apply_patches() {
-    local dir=$1 copy=$2 patch filters=() d
+    local dir=$1 copy=$2 patch d f out line applied=0
     local -a series
-    for d in "${NATIVE_INCLUDES[@]}"; do filters+=("--include=$d/*"); done
     mapfile -t series < <(find "$dir" -maxdepth 1 -name '*.patch' | LC_ALL=C sort)
     [ ${#series[@]} -gt 0 ] || die "--patches $dir holds no *.patch"
-    for patch in "${series[@]}"; do
-        if ! (cd "$copy" && GIT_CEILING_DIRECTORIES=$tmp git apply --check "${filters[@]}" \
-            "$patch" && GIT_CEILING_DIRECTORIES=$tmp git apply "${filters[@]}" "$patch"); then
-            die "$patch does not apply to $native's headers (after the patches before it)"
-        fi
+    mapfile -t series_changed < <(series_paths "${series[@]}")
+    for d in "${NATIVE_INCLUDES[@]}"; do copy_into "$native" "$d" "$copy" || die "cannot copy $d"; done
+    for f in "${series_changed[@]}"; do
+        # A file that the tree lacks is one the series creates, or one git will report missing.
+        [ ! -f "$native/$f" ] || copy_into "$native" "$f" "$copy" || die "cannot copy $f"
     done
-    note "applied ${#series[@]} patches from $dir"
+    for patch in "${series[@]}"; do
+        # The copy is no repository: git applies to its files as they are.
+        if ! out=$(cd "$copy" && export GIT_CEILING_DIRECTORIES=$tmp &&
+            git apply --check "$patch" 2>&1 && git apply "$patch" 2>&1); then
+            case $applied in
+            0) echo "FAIL ${patch##*/}: does not apply to $native" ;;
+            1) echo "FAIL ${patch##*/}: does not apply to $native after the patch before it" ;;
+            *) echo "FAIL ${patch##*/}: does not apply to $native after the $applied patches" \
+                "before it" ;;
+            esac
+            while IFS= read -r line; do
+                [ -z "$line" ] || echo "    $line"
+            done <<<"$out"
+            return 1
+        fi
+        applied=$((applied + 1))
+    done
+    note "applied $applied patches from $dir"
 }
 
-# Makes the temporary copies (libgui's headers with the friend declaration, and StrongPointer.h
-# with the factories when the tree lacks them) and sets tree_includes: the tree's include dirs,
-# each copy just before the dir it copies.
+# Sets tree_includes, the trees' include dirs each after its copy in NATIVE_COPY or CORE_COPY
+# when there is one, and plain_includes, the same without the copies of frameworks/native.
+set_include_lists() {
+    local native_copy=$1 core_copy=$2 d
+    tree_includes=()
+    plain_includes=()
+    for d in "${NATIVE_INCLUDES[@]}"; do
+        [ ! -d "$native_copy/$d" ] || tree_includes+=("$native_copy/$d")
+        tree_includes+=("$native/$d")
+        plain_includes+=("$native/$d")
+    done
+    for d in "${NATIVE_OPTIONAL_INCLUDES[@]}"; do
+        [ ! -d "$native/$d" ] || { tree_includes+=("$native/$d") && plain_includes+=("$native/$d"); }
+    done
+    for d in "${CORE_INCLUDES[@]}"; do
+        [ ! -d "$core_copy/$d" ] || { tree_includes+=("$core_copy/$d") && plain_includes+=("$core_copy/$d"); }
+        tree_includes+=("$core/$d")
+        plain_includes+=("$core/$d")
+    done
+    tree_includes+=("$libbase_dir" "$liblog_dir")
+    plain_includes+=("$libbase_dir" "$liblog_dir")
+}
+
+# Makes the temporary copies (frameworks/native's headers and the files the series touches,
+# patched; libgui's headers with the friend declaration; utils/StrongPointer.h and
+# cutils/trace.h with what frameworks/native needs when system/core predates it) and sets the
+# include lists. Returns 1 if the series does not apply.
 prepare_headers() {
-    local entry header class d added
+    local entry header class added
     local native_copy=$tmp/native core_copy=$tmp/core
     if [ -n "$patches" ]; then
-        for d in "${NATIVE_INCLUDES[@]}"; do copy_into "$native" "$d" "$native_copy"; done
-        apply_patches "$patches" "$native_copy"
+        apply_patches "$patches" "$native_copy" || return 1
     else
         copy_into "$native" libs/gui/include "$native_copy"
     fi
@@ -468,19 +563,66 @@ prepare_headers() {
         [ -z "$added" ] || note "system/core predates sp<T>::${added// /, sp<T>::};" \
             "added to a temporary copy of utils/StrongPointer.h"
     fi
-    tree_includes=()
-    for d in "${NATIVE_INCLUDES[@]}"; do
-        [ ! -d "$native_copy/$d" ] || tree_includes+=("$native_copy/$d")
-        tree_includes+=("$native/$d")
+    if [ -f "$core/libcutils/include/cutils/trace.h" ] &&
+        trace_instant_missing "$core/libcutils/include/cutils/trace.h"; then
+        copy_into "$core" libcutils/include "$core_copy"
+        add_trace_instant "$core_copy/libcutils/include/cutils/trace.h"
+        note "system/core predates ATRACE_INSTANT; added to a temporary copy of cutils/trace.h"
+    fi
+    set_include_lists "$native_copy" "$core_copy"
+}
+
+# Sets gui_sources to the sources the series changes directly in libs/gui (those it deletes
+# left out), and for them libgui_flags (see --help), gui_include_flags (the patched copies
+# first) and plain_include_flags (the tree as it is, for the tree's own sources). Needs the
+# project's Android.bp in bp_table.
+libgui_setup() {
+    local bp=$tmp/native/$LIBGUI_DIR/Android.bp gui_table f std kind lib dir
+    local -a deps=() own=()
+    gui_sources=()
+    for f in "${series_changed[@]}"; do
+        case $f in
+        "$LIBGUI_DIR"/*/*) ;;
+        "$LIBGUI_DIR"/*.cpp) [ ! -f "$tmp/native/$f" ] || gui_sources+=("$f") ;;
+        esac
     done
-    for d in "${NATIVE_OPTIONAL_INCLUDES[@]}"; do
-        [ ! -d "$native/$d" ] || tree_includes+=("$native/$d")
+    [ ${#gui_sources[@]} -gt 0 ] || return 0
+    [ -f "$bp" ] || bp=$native/$LIBGUI_DIR/Android.bp
+    [ -f "$bp" ] || die "$native/$LIBGUI_DIR/Android.bp is missing"
+    gui_table=$(bp_parse "$bp") ||
+        die "cannot read $native/$LIBGUI_DIR/Android.bp as the series leaves it (above)"
+    [ -n "$(bp_table=$gui_table bp_type "$LIBGUI_MODULE")" ] ||
+        die "$native/$LIBGUI_DIR/Android.bp has no module $LIBGUI_MODULE"
+    std=$(bp_table=$gui_table module_values "$LIBGUI_MODULE" cpp_std | tail -n 1)
+    libgui_flags=("-std=${std:-$LIBGUI_DEFAULT_STD}")
+    while IFS= read -r f; do
+        case $f in -W* | -D* | -U*) libgui_flags+=("$f") ;; esac
+    done < <(bp_table=$gui_table module_values "$LIBGUI_MODULE" cflags
+        bp_table=$gui_table module_values "$LIBGUI_MODULE" cppflags)
+    case " ${libgui_flags[*]} " in
+    *" -D$HOOKS_MACRO "* | *" -D$HOOKS_MACRO="*) ;;
+    *) note "libgui's cflags do not define $HOOKS_MACRO: the series' lines under it are not" \
+        "compiled here, nor built on a device" ;;
+    esac
+    for kind in header_libs shared_libs static_libs whole_static_libs; do
+        for lib in $(bp_table=$gui_table module_values "$LIBGUI_MODULE" "$kind"); do
+            [ -z "$(bp_type "$lib")" ] || deps+=("$lib")
+        done
     done
-    for d in "${CORE_INCLUDES[@]}"; do
-        [ ! -d "$core_copy/$d" ] || tree_includes+=("$core_copy/$d")
-        tree_includes+=("$core/$d")
+    for lib in "${deps[@]}"; do
+        for dir in $(exported_dirs "$lib"); do
+            dir=$(project_dir "$dir")
+            case " ${own[*]} " in *" $dir "*) ;; *) own+=("$dir") ;; esac
+        done
     done
-    tree_includes+=("$libbase_dir" "$liblog_dir")
+    gui_include_flags=("-I$tmp/native/$LIBGUI_DIR" "-I$native/$LIBGUI_DIR")
+    plain_include_flags=("-I$native/$LIBGUI_DIR")
+    for dir in "${tree_includes[@]}"; do gui_include_flags+=("-I$dir"); done
+    for dir in "${plain_includes[@]}"; do plain_include_flags+=("-I$dir"); done
+    for dir in "${own[@]}" "${generated[@]}" "$stubs"; do
+        gui_include_flags+=("-I$dir")
+        plain_include_flags+=("-I$dir")
+    done
 }
 
 # --- checks before compiling -------------------------------------------------------------
@@ -522,18 +664,29 @@ check_tools() {
 
 # --- compiling ---------------------------------------------------------------------------
 
-# Compiles source number INDEX (SOURCE, with the current flags and includes); the compiler's
-# output goes to $tmp/out/INDEX.log and its status, last, to INDEX.rc.
+# Compiles job INDEX: SOURCE, a path in DIR, with the current flags and include_flags; the
+# compiler's output goes to $tmp/out/INDEX.log and its status, last, to INDEX.rc. Given
+# ORIGINAL, a tree with its own SOURCE, a failure compiles that one too, with the same flags
+# and plain_include_flags, to INDEX.orig.log and INDEX.orig.rc.
 compile_one() {
-    local index=$1 source=$2 out=$tmp/out/$1 command
-    # From the project's root, so that messages name the source as Android.bp does.
-    cd "$root" || return
+    local dir=$2 source=$3 original=${4:-} out=$tmp/out/$1 command status
+    # From DIR, so that messages name the source as Android.bp or the series does.
+    cd "$dir" || return
     command=("$clang" -fsyntax-only "${flags[@]}" "${HOST_FLAGS[@]}"
         -include "$stubs/bionic_compat.h" "${include_flags[@]}" "$source")
     [ "$verbose" -eq 0 ] || note "$(printf '%q ' "${command[@]}")"
     if [ -f "$source" ]; then
         "${command[@]}" >"$out.log" 2>&1
-        echo $? >"$out.rc.new"
+        status=$?
+        if [ "$status" -ne 0 ] && [ -n "$original" ] && [ -f "$original/$source" ]; then
+            cd "$original" || return
+            command=("$clang" -fsyntax-only "${flags[@]}" "${HOST_FLAGS[@]}"
+                -include "$stubs/bionic_compat.h" "${plain_include_flags[@]}" "$source")
+            [ "$verbose" -eq 0 ] || note "$(printf '%q ' "${command[@]}")"
+            "${command[@]}" >"$out.orig.log" 2>&1
+            echo $? >"$out.orig.rc"
+        fi
+        echo "$status" >"$out.rc.new"
     else
         echo "$source: no such file (Android.bp lists it)" >"$out.log"
         echo 1 >"$out.rc.new"
@@ -541,43 +694,88 @@ compile_one() {
     mv "$out.rc.new" "$out.rc"
 }
 
-# Prints the results that have come in since the last call, in Android.bp's order.
+# Prints LOG's error lines (all of it with --errors 0 or when it has none), at most --errors
+# of them, each with INDENT, temporary paths named as in the tree or the series.
+print_log() {
+    local log=$1 indent=$2 line f shown=0
+    while IFS= read -r line; do
+        # A file the series changes is named as the series names it (its line numbers are the
+        # patched file's); other files of the copies by the tree's file (same line numbers).
+        for f in "${series_changed[@]}"; do line=${line//"$tmp/native/$f"/"$f"}; done
+        line=${line//"$tmp/native"/"$native"}
+        line=${line//"$tmp/core"/"$core"}
+        echo "$indent$line"
+        shown=$((shown + 1))
+        [ "$errors" -eq 0 ] || [ "$shown" -lt "$errors" ] || break
+    done < <(if [ "$errors" -eq 0 ] || ! grep -q 'error:' "$log"; then
+        cat "$log"
+    else
+        grep 'error:' "$log"
+    fi)
+}
+
+# Prints the results that have come in since the last call, in the order the jobs started.
 print_ready() {
-    local out line shown
+    local out source
     while [ "$printed" -lt "${#sources[@]}" ] && [ -f "$tmp/out/$printed.rc" ]; do
         out=$tmp/out/$printed
+        source=${sources[$printed]}
         if [ "$(cat "$out.rc")" = 0 ]; then
-            echo "ok   ${sources[$printed]}"
-            passed=$((passed + 1))
-        else
-            echo "FAIL ${sources[$printed]}"
-            shown=0
-            while IFS= read -r line; do
-                # Messages in the temporary copies name the tree's file (same line numbers).
-                line=${line//"$tmp/native"/"$native"}
-                line=${line//"$tmp/core"/"$core"}
-                echo "    $line"
-                shown=$((shown + 1))
-                [ "$errors" -eq 0 ] || [ "$shown" -lt "$errors" ] || break
-            done < <(if [ "$errors" -eq 0 ] || ! grep -q 'error:' "$out.log"; then
-                cat "$out.log"
+            if [ "${kinds[$printed]}" = gui ]; then
+                echo "ok   $source (patched)"
+                gui_passed=$((gui_passed + 1))
             else
-                grep 'error:' "$out.log"
-            fi)
+                echo "ok   $source"
+                passed=$((passed + 1))
+            fi
+        else
+            if [ "${kinds[$printed]}" = gui ]; then
+                echo "FAIL $source (patched)"
+            else
+                echo "FAIL $source"
+            fi
+            print_log "$out.log" "    "
+            if [ ! -f "$out.orig.rc" ]; then
+                :
+            elif [ "$(cat "$out.orig.rc")" = 0 ]; then
+                echo "    the tree's own $source compiles with these flags: the failure is the series'"
+            else
+                echo "    the tree's own $source fails too, so a stand-in, a flag or a tree is" \
+                    "missing; it says first:"
+                errors=1 print_log "$out.orig.log" "      "
+            fi
         fi
         printed=$((printed + 1))
     done
 }
 
+# Starts job number ${#sources[@]}, the compiler on SOURCE as compile_one takes it (DIR
+# SOURCE [ORIGINAL]), of KIND (lib or gui), once fewer than --jobs run.
+start_job() {
+    local kind=$1
+    shift
+    while [ "$(jobs -rp | wc -l)" -ge "$jobs" ]; do
+        wait -n
+        print_ready
+    done
+    sources+=("$2")
+    kinds+=("$kind")
+    compile_one "$((${#sources[@]} - 1))" "$@" &
+}
+
+# Compiles the library's and (unless --no-tests) the test's sources, then with --patches the
+# libgui sources the series changes (libgui_setup's); prints a line per source and the counts.
 run_checks() {
-    local module index=0 dir s
-    local -a module_sources
-    local -a modules=("$LIBRARY")
+    local module dir s
+    local -a module_sources modules=()
+    [ "$with_library" -eq 0 ] || modules+=("$LIBRARY")
     [ "$with_tests" -eq 0 ] || modules+=("$TEST_MODULE")
     mkdir -p "$tmp/out"
     sources=()
+    kinds=()
     printed=0
     passed=0
+    gui_passed=0
     for module in "${modules[@]}"; do
         [ -n "$(bp_type "$module")" ] || die "Android.bp has no module $module"
         # Here, not in a subshell, so that a cycle of defaults stops the check.
@@ -594,21 +792,24 @@ run_checks() {
             *'*'* | :*) die "Android.bp: $module's source $s (a glob or a module) is beyond" \
                 "this check" ;;
             esac
-            sources+=("$s")
-            while [ "$(jobs -rp | wc -l)" -ge "$jobs" ]; do
-                wait -n
-                print_ready
-            done
-            compile_one "$index" "$s" &
-            index=$((index + 1))
+            start_job lib "$root" "$s"
         done
     done
+    local lib_count=${#sources[@]}
+    if [ ${#gui_sources[@]} -gt 0 ]; then
+        flags=("${libgui_flags[@]}")
+        include_flags=("${gui_include_flags[@]}")
+        for s in "${gui_sources[@]}"; do
+            start_job gui "$tmp/native" "$s" "$native"
+        done
+    fi
     while [ "$printed" -lt "${#sources[@]}" ]; do
         wait -n 2>/dev/null || sleep 0.1
         print_ready
     done
-    echo "$passed/${#sources[@]} sources ok"
-    [ "$passed" -eq "${#sources[@]}" ]
+    [ ${#modules[@]} -eq 0 ] || echo "$passed/$lib_count sources ok"
+    [ -z "$patches" ] || echo "$gui_passed/${#gui_sources[@]} patched libgui sources ok"
+    [ "$passed" -eq "$lib_count" ] && [ "$gui_passed" -eq "${#gui_sources[@]}" ]
 }
 
 # --- self-test ---------------------------------------------------------------------------
@@ -680,6 +881,121 @@ EOF
     )
     expect_eq "run: output" "$(printf '%s\n' 'ok   slow.cpp' 'FAIL unused.cpp' '    unused.cpp' \
         'FAIL gone.cpp' '    gone.cpp' 'ok   fine.cpp' '2/4 sources ok' 'status 1')" "$got"
+}
+
+# The scratch frameworks/native of the series cases: PATH|TEXT (\n for newlines), besides empty
+# include dirs.
+readonly SERIES_TREE='
+libs/gui/Android.bp|cc_defaults { name: "libgui-defaults", cflags: ["-Wall", "-Werror"] }\ncc_library_shared {\n    name: "libgui",\n    defaults: ["libgui-defaults"],\n    cflags: ["-Wthread-safety"],\n}
+libs/gui/include/gui/Queue.h|#pragma once\nstruct Queue {\n    int mSize = 0;\n};
+libs/gui/Queue.cpp|#include <gui/Queue.h>\n\nint size(const Queue& q) {\n    return q.mSize;\n}
+libs/gui/Generated.cpp|#include <gen/Missing.h>\n\nint generated() {\n    return 0;\n}
+libs/gui/tests/QueueTest.cpp|int main() {\n    return 0;\n}
+'
+
+# What a commit of a case may write: NAME|PATH|TEXT. "hook" compiles only with the series'
+# header before the tree's, the series' define (not the vendor variant's -U) and the project's
+# header library that the series adds to libgui; "unused" fails only with the defaults' -Wall
+# -Werror; "badmember" fails in a header the series changes (named as the series names it);
+# "generated" fails as the tree's own file does; "test" is not a libgui source.
+readonly SERIES_EDITS='
+bp|libs/gui/Android.bp|cc_defaults { name: "libgui-defaults", cflags: ["-Wall", "-Werror"] }\ncc_library_shared {\n    name: "libgui",\n    defaults: ["libgui-defaults"],\n    cflags: ["-Wthread-safety", "-DTALVEX_LIBGUI_HOOKS"],\n    header_libs: ["hook_headers"],\n    target: { vendor: { cflags: ["-UTALVEX_LIBGUI_HOOKS"] } },\n}
+member|libs/gui/include/gui/Queue.h|#pragma once\nstruct Queue {\n    int mSize = 0;\n    int mStalls = 0;\n};
+badmember|libs/gui/include/gui/Queue.h|#pragma once\nstruct Queue {\n    int mSize = 0;\n    int mStalls = undeclared;\n};
+hook|libs/gui/Queue.cpp|#include <gui/Queue.h>\n#ifndef TALVEX_LIBGUI_HOOKS\n#error built without the hooks\n#endif\n#include <hook/Hook.h>\n\nint size(const Queue& q) {\n    return hook(q.mSize + q.mStalls);\n}
+unused|libs/gui/Queue.cpp|#include <gui/Queue.h>\n\nint size(const Queue& q) {\n    int stalls;\n    return q.mSize;\n}
+generated|libs/gui/Generated.cpp|#include <gen/Missing.h>\n\nint generated() {\n    return 1;\n}
+test|libs/gui/tests/QueueTest.cpp|int main() {\n    return undeclared;\n}
+added|libs/gui/Added.cpp|int added() {\n    return 0;\n}
+'
+
+# Each case: the series (its commits separated by spaces, each the edits it makes joined by
+# +), the number of the patch whose first context line is made stale (- for none), and the
+# output expected with the status (\n between lines, sources in the order the series first
+# touches them; compiler messages cut after FILE:LINE, git's own messages left out, the
+# verdict on the tree's own source shortened).
+readonly SERIES_CASES='
+bp+member hook+test+added|-|ok   libs/gui/Added.cpp (patched)\nok   libs/gui/Queue.cpp (patched)\n2/2 patched libgui sources ok\nstatus 0
+bp+member unused|-|FAIL libs/gui/Queue.cpp (patched)\n    libs/gui/Queue.cpp:4\n    tree compiles\n0/1 patched libgui sources ok\nstatus 1
+bp+badmember hook|-|FAIL libs/gui/Queue.cpp (patched)\n    libs/gui/include/gui/Queue.h:4\n    tree compiles\n0/1 patched libgui sources ok\nstatus 1
+bp generated|-|FAIL libs/gui/Generated.cpp (patched)\n    libs/gui/Generated.cpp:1\n    tree fails\n      libs/gui/Generated.cpp:1\n0/1 patched libgui sources ok\nstatus 1
+bp+member hook+test|2|FAIL 0002-commit-2.patch\nstatus 1
+bp+member|1|FAIL 0001-commit-1.patch\nstatus 1
+'
+
+# What --patches CASE_DIR/series does with the frameworks/native TREE and the project PROJECT,
+# only the libgui sources compiled; the temporary files go to CASE_DIR/tmp.
+series_case() {
+    local native=$1 root=$2 patches=$3/series tmp=$3/tmp core=$3/core libbase_dir=$3/core
+    local liblog_dir=$3/core with_library=0 with_tests=0 jobs=2 errors=1 verbose=0 bp_table
+    local -a generated=() series_changed=() gui_sources=()
+    bp_table=$(bp_parse "$root/Android.bp")
+    mkdir -p "$tmp"
+    apply_patches "$patches" "$tmp/native" || return 1
+    set_include_lists "$tmp/native" "$tmp/core"
+    libgui_setup
+    run_checks
+}
+
+# Against a scratch frameworks/native and project: each series of SERIES_CASES made with git
+# format-patch, then checked, applied and compiled as --patches does; the tree must stay as it
+# was.
+series_self_test() {
+    local dir=$1 tree=$1/fn project=$1/project repo=$1/repo entry path text commits spoil
+    local want name commit n got before case_dir case_n=0
+    local -a git=(git -c user.name=check -c user.email=check@invalid -c commit.gpgsign=false)
+    command -v git >/dev/null || die "git not found, which --self-test needs"
+    for path in "${NATIVE_INCLUDES[@]}"; do mkdir -p "$tree/$path"; done
+    while IFS='|' read -r path text; do
+        [ -n "$path" ] || continue
+        mkdir -p "$(dirname "$tree/$path")"
+        printf '%s\n' "${text//'\n'/$'\n'}" >"$tree/$path"
+    done <<<"$SERIES_TREE"
+    mkdir -p "$project/include/hook"
+    echo 'cc_library_headers { name: "hook_headers", export_include_dirs: ["include"] }' \
+        >"$project/Android.bp"
+    printf '%s\n' '#pragma once' 'inline int hook(int value) {' '    return value;' '}' \
+        >"$project/include/hook/Hook.h"
+    before=$(cd "$tree" && find . -type f -exec cksum {} + | LC_ALL=C sort)
+    cp -R "$tree" "$repo"
+    export GIT_CONFIG_NOSYSTEM=1 GIT_CONFIG_GLOBAL=/dev/null
+    if ! { "${git[@]}" -C "$repo" init -q && "${git[@]}" -C "$repo" add -A &&
+        "${git[@]}" -C "$repo" commit -qm base && "${git[@]}" -C "$repo" tag base; }; then
+        die "git cannot make the scratch series"
+    fi
+    while IFS='|' read -r commits spoil want; do
+        [ -n "$commits" ] || continue
+        case_n=$((case_n + 1))
+        case_dir=$dir/case$case_n
+        mkdir -p "$case_dir/series"
+        "${git[@]}" -C "$repo" checkout -qf --detach base
+        n=0
+        for commit in $commits; do
+            n=$((n + 1))
+            for name in ${commit//+/ }; do
+                entry=$(grep "^$name|" <<<"$SERIES_EDITS") || die "self-test: no edit $name"
+                IFS='|' read -r name path text <<<"$entry"
+                mkdir -p "$(dirname "$repo/$path")"
+                printf '%s\n' "${text//'\n'/$'\n'}" >"$repo/$path"
+            done
+            "${git[@]}" -C "$repo" add -A && "${git[@]}" -C "$repo" commit -qm "commit $n"
+        done
+        "${git[@]}" -C "$repo" format-patch -q -o "$case_dir/series" base
+        if [ "$spoil" != - ]; then
+            path=$(find "$case_dir/series" -name "$(printf '%04d' "$spoil")-*.patch")
+            awk 'hunk && !done && /^ / { print " stale context"; done = 1; next }
+                /^@@/ { hunk = 1 } { print }' "$path" >"$path.new" && mv "$path.new" "$path"
+        fi
+        got=$(series_case "$tree" "$project" "$case_dir" 2>/dev/null |
+            sed -E -e "s/^    the tree's own .* compiles .*/    tree compiles/" \
+                -e "s/^    the tree's own .* fails too.*/    tree fails/" -e '/^    error: /d' \
+                -e 's/^((FAIL|    )[^:]*(:[0-9]+)?):.*/\1/'
+            echo "status ${PIPESTATUS[0]}")
+        expect_eq "series: $commits (stale: $spoil)" "$(printf '%s\n' "${want//'\n'/$'\n'}")" \
+            "$got"
+    done <<<"$SERIES_CASES"
+    expect_eq "series: the tree unchanged" "$before" \
+        "$(cd "$tree" && find . -type f -exec cksum {} + | LC_ALL=C sort)"
 }
 
 self_test() {
@@ -758,6 +1074,7 @@ self_test() {
         '    static inline sp<T> cast(const sp<U>& other);' '};' >"$scratch/sp12.h"
     expect_eq "StrongPointer: Android 12 has all" "" "$(sp_missing "$scratch/sp12.h")"
     project_self_test "$scratch/project"
+    series_self_test "$scratch/series"
     echo "$((total - failed))/$total self-checks ok"
     [ "$failed" -eq 0 ]
 }
@@ -766,8 +1083,8 @@ self_test() {
 
 native="" core="" logging="" libbase="" patches="" clang=clang++
 jobs=$(nproc 2>/dev/null || echo 2)
-errors=5 verbose=0 with_tests=1 self=0
-generated=() trees=()
+errors=5 verbose=0 with_library=1 with_tests=1 self=0
+generated=() trees=() series_changed=() gui_sources=()
 need_value() {
     if [ $# -lt 2 ] || [ -z "$2" ]; then die_usage "$1 needs a value"; fi
 }
@@ -841,6 +1158,8 @@ check_trees
 [ -f "$root/Android.bp" ] || die "$root/Android.bp is missing"
 bp_table=$(bp_parse "$root/Android.bp") || die "cannot read $root/Android.bp (above)"
 check_tools
-prepare_headers
+[ -z "$patches" ] || command -v git >/dev/null || die "git not found, which --patches needs"
+prepare_headers || exit 1
+[ -z "$patches" ] || libgui_setup
 run_checks
 exit $(($? == 0 ? 0 : 1))

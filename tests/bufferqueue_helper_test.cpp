@@ -203,7 +203,8 @@ TEST(ListenerCallbackDump, PendingCallbacksPrintWithTheirAgeFromTheDumpTime) {
             [](const ReleaseCallbackId&, const sp<android::Fence>&, std::optional<uint32_t>) {});
         {
             std::lock_guard<std::mutex> lock(listener->hostMutex());
-            record->addCallbackIdLocked(complete.id);  // the commit callback has no stored time
+            // libgui timed both; the commit callback's time is dropped, to print one without.
+            record->removeCallbackIdLocked(commit.id);
         }
         const long added = record->getCallbackIdTime().at(complete.id);
 
@@ -425,7 +426,8 @@ TEST(BufferQueueHelperRoad, LibguiThreadsNeitherDeadlockNorRaceNorLoseADump) {
                     std::lock_guard<std::mutex> lock(listener->hostMutex());
                     record->addCallbackIdLocked(id.id);
                 }
-                listener->hostCompleteCallback(id, 0, nullptr, {});
+                listener->onTransactionCompleted(android::ListenerStats::createEmpty(
+                    android::IInterface::asBinder(listener->getIInstance()), {id}));
                 std::lock_guard<std::mutex> lock(listener->hostMutex());
                 record->removeCallbackIdLocked(id.id);
             }

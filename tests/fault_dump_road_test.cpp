@@ -253,8 +253,15 @@ TEST(DumpRoadTeardown, QueueGoingWhileItsDumpWaitsOutlivesTheDump) {
         // A slow task holds the worker; the queue's dump waits behind it.
         std::promise<void> release;
         std::shared_future<void> released = release.get_future().share();
-        road.record->pushTaskAndStart([released] { released.wait(); });
+        auto started = std::make_shared<std::promise<void>>();
+        std::future<void> running = started->get_future();
+        road.record->pushTaskAndStart([started, released] {
+            started->set_value();
+            released.wait();
+        });
+        ASSERT_EQ(std::future_status::ready, running.wait_for(kGenerous));
         road.armedTrigger();
+        ASSERT_EQ(1u, android::TalvexFrameRecordTestPeer::queuedTasks(record));
 
         std::atomic<bool> destroyed{false};
         std::thread app([&] {

@@ -206,13 +206,17 @@ TEST_F(FrameRecordStore, UpdateNamesTheLayerAndTheLatestQueueOwnsIt) {
     startFrame(1, 1);
     mRecord->setLayerFrameEvent(1, 1, FrameType::apply);
     android::sp<android::SurfaceControl> other = addLayer(1, queue(2), "second");
+    const android::sp<android::IBinder> ownHandle = other->getHandle();
+    // Once the layer has a BLAST child, callbacks know it by the child's handle; its layer
+    // state, and the record, keep its own.
     android::sp<android::SurfaceControl> child = makeSurfaceControl(5, "child");
     other->hostSetBbqChild(child);
+    ASSERT_EQ(child->getHandle(), other->getHandle());
     mRecord->updateFrameAndGetContent(other.get(), "second", queue(2));
     auto content = Peer::content(*mRecord, 1);
     EXPECT_EQ(other.get(), content->mSurfaceControl);
     EXPECT_EQ(queue(2), content->mBlastBufferQueue);
-    EXPECT_EQ(child->getHandle().get(), content->mLayerHandle);
+    EXPECT_EQ(ownHandle.get(), content->mLayerHandle);
     EXPECT_EQ("second", content->mName);
     EXPECT_EQ("layer1", content->mSurfaceControlName);
     EXPECT_EQ(1u, content->mNormalFrameEvents.at(1).mEvents.size());

@@ -196,15 +196,20 @@ TEST_F(HostBlastFrame, FrameBehindASyncWaitsForTheSyncsCommit) {
     EXPECT_EQ(1u, snap.pendingTransactionCount);
 
     // The compositor commits the sync transaction.
-    bool committed = false;
+    std::vector<android::CallbackId> commits;
     for (const auto& id : delivered->hostCallbackIds()) {
-        if (id.type != android::CallbackId::Type::ON_COMMIT) continue;
-        android::SurfaceControlStats stat(mLayer, 0, 0, android::Fence::NO_FENCE,
-                                          android::Fence::NO_FENCE, std::nullopt);
-        stat.frameEventStats.frameNumber = 1;
-        committed = mListener->hostCompleteCallback(id, 0, android::Fence::NO_FENCE, {stat});
+        if (id.type == android::CallbackId::Type::ON_COMMIT) commits.push_back(id);
     }
-    ASSERT_TRUE(committed);
+    ASSERT_EQ(1u, commits.size());
+    android::FrameEventHistoryStats frame(1, 0, android::Fence::NO_FENCE,
+                                          android::CompositorTiming(), 0, 0);
+    android::ListenerStats committed;
+    committed.transactionStats.emplace_back(
+        commits, 0, android::Fence::NO_FENCE,
+        std::vector<android::SurfaceStats>{android::SurfaceStats(
+            mLayer->getLayerStateHandle(), 0, android::Fence::NO_FENCE, std::nullopt, 1, frame, {},
+            android::ReleaseCallbackId::INVALID_ID)});
+    mListener->onTransactionCompleted(committed);
     snap = mBbq->hostSnapshot();
     EXPECT_EQ(0, snap.numFrameAvailable);
     EXPECT_EQ(2u, snap.lastAcquiredFrameNumber);

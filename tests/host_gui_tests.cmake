@@ -21,3 +21,8 @@ talvex_cc_test(NAME host_gui_test
 talvex_cc_test(NAME host_model_abi_test
     SRCS ${CMAKE_CURRENT_SOURCE_DIR}/host_model_abi_test.cpp
     DEPS talvex_host_gui)
+
+# Host models of libgui's surfaces, transactions and transaction-completed listener.
+talvex_cc_test(NAME host_transaction_test
+    SRCS host_transaction_test.cpp
+    DEPS talvex_host_gui talvex_test_support)

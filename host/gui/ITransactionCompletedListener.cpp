@@ -20,4 +20,22 @@ namespace android {
 
 const ReleaseCallbackId ReleaseCallbackId::INVALID_ID = ReleaseCallbackId(0, 0);
 
+// No vsync id (-1) and no jank; the interval is left unset.
+JankData::JankData() : frameVsyncId(-1), jankType(0) {}
+
+ListenerStats ListenerStats::createEmpty(
+    const sp<IBinder>& listener, const std::unordered_set<CallbackId, CallbackIdHash>& callbackIds) {
+    ListenerStats listenerStats;
+    listenerStats.listener = listener;
+    listenerStats.transactionStats.emplace_back(callbackIds);
+    return listenerStats;
+}
+
+IMPLEMENT_META_INTERFACE(TransactionCompletedListener, "android.gui.ITransactionComposerListener");
+
+status_t BnTransactionCompletedListener::onTransact(uint32_t code, const Parcel& data,
+                                                    Parcel* reply, uint32_t flags) {
+    return BBinder::onTransact(code, data, reply, flags);
+}
+
 }  // namespace android

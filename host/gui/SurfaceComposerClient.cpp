@@ -24,15 +24,22 @@
 #include <climits>
 #include <condition_variable>
 #include <deque>
+#include <iterator>
 #include <thread>
 #include <utility>
 
 namespace android {
 
+namespace {
+
+// Transaction ids: the pid above a per-process counter, whose first id is 1.
+std::atomic<uint32_t> idCounter = 0;
+int64_t generateId() {
+    return (static_cast<int64_t>(getpid()) << 32) | ++idCounter;
+}
+
 // ---------------------------------------------------------------------------
 // ReleaseCallbackThread: runs the release callbacks of buffers overwritten in a transaction.
-
-namespace {
 
 class ReleaseCallbackThread {
 public:
@@ -84,12 +91,19 @@ private:
     bool mRunning = false;
 };
 
+std::function<void(const SurfaceComposerClient::Transaction&)>& applyObserver() {
+    static auto* sObserver = new std::function<void(const SurfaceComposerClient::Transaction&)>();
+    return *sObserver;
+}
+
 }  // namespace
 
 // ---------------------------------------------------------------------------
 // SurfaceComposerClient
 
 SurfaceComposerClient::SurfaceComposerClient() = default;
+
+SurfaceComposerClient::~SurfaceComposerClient() = default;
 
 void SurfaceComposerClient::hostWaitForReleaseCallbacks() {
     ReleaseCallbackThread::instance().waitForIdle();
@@ -108,157 +122,207 @@ sp<SurfaceControl> SurfaceComposerClient::createSurface(const String8& name, uin
 // ---------------------------------------------------------------------------
 // SurfaceComposerClient::Transaction
 
-uint64_t SurfaceComposerClient::Transaction::generateId() {
-    static std::atomic<uint32_t> idCounter{0};
-    return (static_cast<uint64_t>(getpid()) << 32) | idCounter.fetch_add(1);
-}
-
 SurfaceComposerClient::Transaction::Transaction() : mId(generateId()) {}
 
+// The merged ids are not copied: they describe merges into the original only.
 SurfaceComposerClient::Transaction::Transaction(const Transaction& other)
-    : mId(other.mId),
-      mMergedTransactionIds(other.mMergedTransactionIds),
-      mComposerStates(other.mComposerStates),
-      mCallbackIds(other.mCallbackIds),
-      mCallbackSurfaceControls(other.mCallbackSurfaceControls),
-      mApplyCount(other.mApplyCount) {}
+    : mListenerCallbacks(other.mListenerCallbacks),
+      mId(other.mId),
+      mHostLayerStates(other.mHostLayerStates) {}
+
+uint64_t SurfaceComposerClient::Transaction::getId() {
+    return mId;
+}
+
+std::vector<uint64_t> SurfaceComposerClient::Transaction::getMergedTransactionIds() {
+    return mMergedTransactionIds;
+}
 
 SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::merge(Transaction&& other) {
-    for (auto& [handle, state] : other.mComposerStates) {
-        LayerState& mine = mComposerStates[handle];
-        mine.surfaceControl = state.surfaceControl;
-        if (state.frameNumber) mine.frameNumber = state.frameNumber;
-        if (state.buffer != nullptr) {
-            mine.buffer = state.buffer;
-            mine.acquireFence = state.acquireFence;
-            mine.releaseCallbackId = state.releaseCallbackId;
-            mine.producerId = state.producerId;
+    // Room for other's history and its own id: the oldest of ours go first.
+    while (!mMergedTransactionIds.empty() &&
+           mMergedTransactionIds.size() + other.mMergedTransactionIds.size() >
+               MAX_MERGE_HISTORY_LENGTH - 1) {
+        mMergedTransactionIds.pop_back();
+    }
+    // A full history of other's loses its oldest entry to other's own id.
+    auto otherEnd = other.mMergedTransactionIds.end();
+    if (other.mMergedTransactionIds.size() == MAX_MERGE_HISTORY_LENGTH) --otherEnd;
+    mMergedTransactionIds.insert(mMergedTransactionIds.begin(), other.mMergedTransactionIds.begin(),
+                                 otherEnd);
+    mMergedTransactionIds.insert(mMergedTransactionIds.begin(), other.mId);
+
+    for (const auto& [handle, state] : other.mHostLayerStates) {
+        auto mine = mHostLayerStates.find(handle);
+        if (mine == mHostLayerStates.end()) {
+            mHostLayerStates.emplace(handle, state);
+            continue;
+        }
+        if (state.bufferChanged) {
+            hostReleaseBufferIfOverwriting(mine->second);
+            mine->second = state;
         }
     }
-    mCallbackIds.insert(other.mCallbackIds.begin(), other.mCallbackIds.end());
-    mCallbackSurfaceControls.insert(other.mCallbackSurfaceControls.begin(),
-                                    other.mCallbackSurfaceControls.end());
-    mMergedTransactionIds.push_back(other.mId);
-    mMergedTransactionIds.insert(mMergedTransactionIds.end(), other.mMergedTransactionIds.begin(),
-                                 other.mMergedTransactionIds.end());
+
+    for (const auto& [listener, callbackInfo] : other.mListenerCallbacks) {
+        CallbackInfo& merged = mListenerCallbacks[listener];
+        merged.callbackIds.insert(callbackInfo.callbackIds.begin(), callbackInfo.callbackIds.end());
+        merged.surfaceControls.insert(callbackInfo.surfaceControls.begin(),
+                                      callbackInfo.surfaceControls.end());
+
+        // Every callback of this process now reports on every surface either side changed.
+        CallbackInfo& ours = mListenerCallbacks[TransactionCompletedListener::getIInstance()];
+        ours.surfaceControls.insert(callbackInfo.surfaceControls.begin(),
+                                    callbackInfo.surfaceControls.end());
+        for (const auto& surfaceControl : ours.surfaceControls) {
+            TransactionCompletedListener::getInstance()->addSurfaceControlToCallbacks(
+                ours, surfaceControl);
+        }
+    }
+
     other.clear();
     return *this;
 }
 
 void SurfaceComposerClient::Transaction::clear() {
-    mComposerStates.clear();
-    mCallbackIds.clear();
-    mCallbackSurfaceControls.clear();
+    mHostLayerStates.clear();
+    mListenerCallbacks.clear();
     mMergedTransactionIds.clear();
 }
-
-namespace {
-std::function<void(const SurfaceComposerClient::Transaction&)>& applyObserver() {
-    static auto* sObserver = new std::function<void(const SurfaceComposerClient::Transaction&)>();
-    return *sObserver;
-}
-}  // namespace
 
 void SurfaceComposerClient::Transaction::hostSetApplyObserver(
     std::function<void(const Transaction&)> observer) {
     applyObserver() = std::move(observer);
 }
 
-std::vector<SurfaceComposerClient::Transaction::HostLayer>
-SurfaceComposerClient::Transaction::hostLayers() const {
-    std::vector<HostLayer> layers;
-    for (const auto& [handle, state] : mComposerStates) {
-        layers.push_back(
-            HostLayer{state.surfaceControl, state.frameNumber, state.releaseCallbackId});
-    }
-    return layers;
-}
-
 status_t SurfaceComposerClient::Transaction::apply(bool /*synchronous*/, bool /*oneWay*/) {
-    ++mApplyCount;
+    if (mStatus != NO_ERROR) return mStatus;
+    // The compositor receives it under the id it had until now; the object goes on as a new
+    // transaction.
     if (applyObserver()) applyObserver()(*this);
+    mId = generateId();
     clear();
+    mStatus = NO_ERROR;
     return NO_ERROR;
 }
 
-SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::setFrameNumber(
-    const sp<SurfaceControl>& sc, uint64_t frameNumber) {
-    if (sc == nullptr) return *this;
-    LayerState& state = mComposerStates[sc->getLayerStateHandle()];
-    state.surfaceControl = sc;
-    state.frameNumber = frameNumber;
-    registerSurfaceControlForCallback(sc);
-    return *this;
+void SurfaceComposerClient::Transaction::registerSurfaceControlForCallback(
+    const sp<SurfaceControl>& sc) {
+    CallbackInfo& callbackInfo = mListenerCallbacks[TransactionCompletedListener::getIInstance()];
+    callbackInfo.surfaceControls.insert(sc);
+    TransactionCompletedListener::getInstance()->addSurfaceControlToCallbacks(callbackInfo, sc);
 }
 
 SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::setBuffer(
     const sp<SurfaceControl>& sc, const sp<GraphicBuffer>& buffer,
     const std::optional<sp<Fence>>& fence, const std::optional<uint64_t>& frameNumber,
     uint32_t producerId, ReleaseBufferCallback callback) {
-    if (sc == nullptr) return *this;
-    LayerState& state = mComposerStates[sc->getLayerStateHandle()];
-    // A buffer replaced before apply is released at once, on another thread as libgui does
-    // (the caller may hold the lock its release callback takes).
-    if (state.buffer != nullptr && state.releaseCallbackId != ReleaseCallbackId::INVALID_ID) {
-        ReleaseCallbackThread::instance().addReleaseCallback(state.releaseCallbackId,
-                                                             state.acquireFence);
+    HostLayerState* state = hostGetLayerState(sc);
+    if (state == nullptr) {
+        mStatus = BAD_INDEX;
+        return *this;
     }
-    state.surfaceControl = sc;
-    state.buffer = buffer;
-    state.acquireFence = fence.value_or(Fence::NO_FENCE);
-    state.producerId = producerId;
-    if (frameNumber) state.frameNumber = frameNumber;
-    state.releaseCallbackId = ReleaseCallbackId::INVALID_ID;
-    if (buffer != nullptr && callback) {
-        state.releaseCallbackId = ReleaseCallbackId(buffer->getId(), state.frameNumber.value_or(0));
-        TransactionCompletedListener::getInstance()->setReleaseBufferCallback(
-            state.releaseCallbackId, std::move(callback));
+    hostReleaseBufferIfOverwriting(*state);
+
+    // Everything about the previous buffer goes with it.
+    state->bufferChanged = true;
+    state->buffer = buffer;
+    state->frameNumber = 0;
+    state->acquireFence = nullptr;
+    state->producerId = 0;
+    state->hasReleaseBufferListener = false;
+    if (buffer != nullptr) {
+        state->frameNumber = sc->resolveFrameNumber(frameNumber);
+        state->producerId = producerId;
+        if (fence) state->acquireFence = *fence;
+        if (callback) {
+            state->hasReleaseBufferListener = true;
+            TransactionCompletedListener::getInstance()->setReleaseBufferCallback(
+                ReleaseCallbackId(buffer->getId(), state->frameNumber), callback);
+        }
     }
     registerSurfaceControlForCallback(sc);
+
+    // The compositor sends a latched buffer's release along with a completion callback: one that
+    // does nothing makes sure there is one, whatever the caller registers.
+    addTransactionCompletedCallback(
+        [](void*, nsecs_t, const sp<Fence>&, const std::vector<SurfaceControlStats>&) {}, nullptr);
     return *this;
 }
 
-SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::addTransactionCompletedCallback(
-    TransactionCompletedCallbackTakesContext callback, void* callbackContext) {
-    return addCallback(std::move(callback), callbackContext, CallbackId::Type::ON_COMPLETE);
-}
-
-SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::addTransactionCommittedCallback(
-    TransactionCompletedCallbackTakesContext callback, void* callbackContext) {
-    return addCallback(std::move(callback), callbackContext, CallbackId::Type::ON_COMMIT);
-}
-
-SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::addCallback(
+SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::addTransactionCallback(
     TransactionCompletedCallbackTakesContext callback, void* callbackContext,
     CallbackId::Type callbackType) {
+    sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
     TransactionCompletedCallback withContext = [callback = std::move(callback), callbackContext](
                                                    nsecs_t latchTime, const sp<Fence>& presentFence,
                                                    const std::vector<SurfaceControlStats>& stats) {
         callback(callbackContext, latchTime, presentFence, stats);
     };
-    CallbackId id = TransactionCompletedListener::getInstance()->addCallbackFunction(
-        withContext, mCallbackSurfaceControls, callbackType);
-    mCallbackIds.insert(id);
+    CallbackInfo& callbackInfo = mListenerCallbacks[TransactionCompletedListener::getIInstance()];
+    const CallbackId callbackId =
+        listener->addCallbackFunction(withContext, callbackInfo.surfaceControls, callbackType);
+    callbackInfo.callbackIds.emplace(callbackId);
     return *this;
 }
 
-void SurfaceComposerClient::Transaction::registerSurfaceControlForCallback(
-    const sp<SurfaceControl>& sc) {
-    mCallbackSurfaceControls.insert(sc);
-    TransactionCompletedListener::getInstance()->addSurfaceControlToCallbacks(sc, mCallbackIds);
+SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::addTransactionCompletedCallback(
+    TransactionCompletedCallbackTakesContext callback, void* callbackContext) {
+    return addTransactionCallback(std::move(callback), callbackContext,
+                                  CallbackId::Type::ON_COMPLETE);
+}
+
+SurfaceComposerClient::Transaction& SurfaceComposerClient::Transaction::addTransactionCommittedCallback(
+    TransactionCompletedCallbackTakesContext callback, void* callbackContext) {
+    return addTransactionCallback(std::move(callback), callbackContext, CallbackId::Type::ON_COMMIT);
+}
+
+SurfaceComposerClient::Transaction::HostLayerState*
+SurfaceComposerClient::Transaction::hostGetLayerState(const sp<SurfaceControl>& sc) {
+    if (sc == nullptr) return nullptr;
+    HostLayerState& state = mHostLayerStates[sc->getLayerStateHandle()];
+    state.surfaceControl = sc;
+    return &state;
+}
+
+void SurfaceComposerClient::Transaction::hostReleaseBufferIfOverwriting(const HostLayerState& state) {
+    if (!state.bufferChanged || state.buffer == nullptr) return;
+    ReleaseCallbackThread::instance().addReleaseCallback(
+        ReleaseCallbackId(state.buffer->getId(), state.frameNumber),
+        state.acquireFence != nullptr ? state.acquireFence : Fence::NO_FENCE);
+}
+
+std::vector<SurfaceComposerClient::Transaction::HostLayer>
+SurfaceComposerClient::Transaction::hostLayers() const {
+    std::vector<HostLayer> layers;
+    for (const auto& [handle, state] : mHostLayerStates) {
+        HostLayer layer{state.surfaceControl, std::nullopt, state.buffer,
+                        ReleaseCallbackId::INVALID_ID};
+        if (state.buffer != nullptr) {
+            layer.frameNumber = state.frameNumber;
+            if (state.hasReleaseBufferListener) {
+                layer.releaseCallbackId =
+                    ReleaseCallbackId(state.buffer->getId(), state.frameNumber);
+            }
+        }
+        layers.push_back(layer);
+    }
+    return layers;
+}
+
+std::unordered_set<CallbackId, CallbackIdHash> SurfaceComposerClient::Transaction::hostCallbackIds()
+    const {
+    auto it = mListenerCallbacks.find(TransactionCompletedListener::getIInstance());
+    if (it == mListenerCallbacks.end()) return {};
+    return it->second.callbackIds;
 }
 
 std::optional<uint64_t> SurfaceComposerClient::Transaction::hostFrameNumber(
     const sp<SurfaceControl>& sc) const {
     if (sc == nullptr) return std::nullopt;
-    auto it = mComposerStates.find(sc->getLayerStateHandle());
-    return it == mComposerStates.end() ? std::nullopt : it->second.frameNumber;
-}
-
-sp<GraphicBuffer> SurfaceComposerClient::Transaction::hostBuffer(const sp<SurfaceControl>& sc) const {
-    if (sc == nullptr) return nullptr;
-    auto it = mComposerStates.find(sc->getLayerStateHandle());
-    return it == mComposerStates.end() ? nullptr : it->second.buffer;
+    auto it = mHostLayerStates.find(sc->getLayerStateHandle());
+    if (it == mHostLayerStates.end() || it->second.buffer == nullptr) return std::nullopt;
+    return it->second.frameNumber;
 }
 
 }  // namespace android

@@ -23,13 +23,13 @@ namespace android {
 
 SurfaceControl::SurfaceControl(const sp<SurfaceComposerClient>& client, const sp<IBinder>& handle,
                                int32_t layerId, const std::string& layerName, uint32_t width,
-                               uint32_t height, PixelFormat format, uint32_t transform,
+                               uint32_t height, PixelFormat format, uint32_t transformHint,
                                uint32_t flags)
     : mClient(client),
       mHandle(handle),
       mLayerId(layerId),
       mName(layerName),
-      mTransformHint(transform),
+      mTransformHint(transformHint),
       mWidth(width),
       mHeight(height),
       mFormat(format),
@@ -38,7 +38,6 @@ SurfaceControl::SurfaceControl(const sp<SurfaceComposerClient>& client, const sp
 SurfaceControl::SurfaceControl(const sp<SurfaceControl>& other)
     : mClient(other->mClient),
       mHandle(other->mHandle),
-      mBbqChild(other->mBbqChild),
       mLayerId(other->mLayerId),
       mName(other->mName),
       mTransformHint(other->mTransformHint),
@@ -51,21 +50,18 @@ SurfaceControl::~SurfaceControl() = default;
 
 bool SurfaceControl::isSameSurface(const sp<SurfaceControl>& lhs, const sp<SurfaceControl>& rhs) {
     if (lhs == nullptr || rhs == nullptr) return false;
-    return lhs->getHandle() == rhs->getHandle();
-}
-
-sp<IBinder> SurfaceControl::getHandle() const {
-    Mutex::Autolock lock(mLock);
-    return mHandle;
+    return lhs->mHandle == rhs->mHandle;
 }
 
 sp<IBinder> SurfaceControl::getLayerStateHandle() const {
-    sp<SurfaceControl> child;
-    {
-        Mutex::Autolock lock(mLock);
-        child = mBbqChild;
-    }
-    return child != nullptr ? child->getHandle() : getHandle();
+    return mHandle;
+}
+
+sp<IBinder> SurfaceControl::getHandle() const {
+    // The child is set once, when the layer's Surface is made, and never changes after: AOSP
+    // reads it without the lock.
+    if (mBbqChild != nullptr) return mBbqChild->getHandle();
+    return getLayerStateHandle();
 }
 
 int32_t SurfaceControl::getLayerId() const {
@@ -77,7 +73,6 @@ const std::string& SurfaceControl::getName() const {
 }
 
 sp<SurfaceComposerClient> SurfaceControl::getClient() const {
-    Mutex::Autolock lock(mLock);
     return mClient;
 }
 
@@ -95,6 +90,13 @@ void SurfaceControl::updateDefaultBufferSize(uint32_t width, uint32_t height) {
     Mutex::Autolock lock(mLock);
     mWidth = width;
     mHeight = height;
+}
+
+uint64_t SurfaceControl::resolveFrameNumber(const std::optional<uint64_t>& frameNumber) {
+    if (!frameNumber.has_value()) return mFallbackFrameNumber++;
+    // Far enough ahead that fallback numbers do not meet the caller's own for a while.
+    mFallbackFrameNumber = *frameNumber + 100;
+    return *frameNumber;
 }
 
 void SurfaceControl::hostSetBbqChild(const sp<SurfaceControl>& child) {

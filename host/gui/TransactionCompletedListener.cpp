@@ -18,9 +18,18 @@
 
 #include <gui/SurfaceComposerClient.h>
 
+#ifdef TALVEX_LIBGUI_HOOKS
+#include <libgui_interface/hook/IFrameRecord.h>
+#endif
+
 #include <climits>
 
 namespace android {
+
+#ifdef TALVEX_LIBGUI_HOOKS
+using libgui_interface::hook::FrameType;
+using libgui_interface::hook::getFrameRecordIns;
+#endif
 
 namespace {
 std::mutex sListenerInstanceMutex;
@@ -28,7 +37,12 @@ std::mutex sListenerInstanceMutex;
 
 sp<TransactionCompletedListener> TransactionCompletedListener::sInstance = nullptr;
 
-TransactionCompletedListener::TransactionCompletedListener() = default;
+// Callback ids start at 1: 0 is never a valid one.
+TransactionCompletedListener::TransactionCompletedListener() : mCallbackIdCounter(1) {}
+
+void TransactionCompletedListener::setInstance(const sp<TransactionCompletedListener>& listener) {
+    sInstance = listener;
+}
 
 sp<TransactionCompletedListener> TransactionCompletedListener::getInstance() {
     std::lock_guard<std::mutex> lock(sListenerInstanceMutex);
@@ -38,12 +52,17 @@ sp<TransactionCompletedListener> TransactionCompletedListener::getInstance() {
     return sInstance;
 }
 
+sp<ITransactionCompletedListener> TransactionCompletedListener::getIInstance() {
+    return static_cast<sp<ITransactionCompletedListener>>(getInstance());
+}
+
 int64_t TransactionCompletedListener::getNextIdLocked() {
     return mCallbackIdCounter++;
 }
 
 void TransactionCompletedListener::startListeningLocked() {
-    // AOSP registers with the compositor's binder here; the host has nothing to register with.
+    if (mListening) return;
+    // AOSP starts the binder thread pool here, once; the host's compositor calls in directly.
     mListening = true;
 }
 
@@ -52,10 +71,19 @@ CallbackId TransactionCompletedListener::addCallbackFunction(
     const std::unordered_set<sp<SurfaceControl>, SurfaceComposerClient::SCHash>& surfaceControls,
     CallbackId::Type callbackType) {
     std::lock_guard<std::mutex> lock(mMutex);
+    return addCallbackFunctionLocked(callbackFunction, surfaceControls, callbackType);
+}
+
+CallbackId TransactionCompletedListener::addCallbackFunctionLocked(
+    const TransactionCompletedCallback& callbackFunction,
+    const std::unordered_set<sp<SurfaceControl>, SurfaceComposerClient::SCHash>& surfaceControls,
+    CallbackId::Type callbackType) {
     startListeningLocked();
 
     CallbackId callbackId(getNextIdLocked(), callbackType);
-    if (mHostCallbackIdObserver) mHostCallbackIdObserver(callbackId.id, true);
+#ifdef TALVEX_LIBGUI_HOOKS
+    getFrameRecordIns()->addCallbackIdLocked(callbackId.id);
+#endif
     CallbackTranslation& translation = mCallbacks[callbackId];
     translation.callbackFunction = callbackFunction;
     for (const auto& surfaceControl : surfaceControls) {
@@ -65,36 +93,130 @@ CallbackId TransactionCompletedListener::addCallbackFunction(
 }
 
 void TransactionCompletedListener::addSurfaceControlToCallbacks(
-    const sp<SurfaceControl>& surfaceControl,
-    const std::unordered_set<CallbackId, CallbackIdHash>& callbackIds) {
+    SurfaceComposerClient::CallbackInfo& callbackInfo, const sp<SurfaceControl>& surfaceControl) {
     std::lock_guard<std::mutex> lock(mMutex);
-    for (const auto& callbackId : callbackIds) {
-        auto it = mCallbacks.find(callbackId);
-        if (it == mCallbacks.end()) continue;
-        it->second.surfaceControls.emplace(surfaceControl->getHandle(), surfaceControl);
+    // A callback already reported on is made again, empty, as AOSP does: the transaction that
+    // holds its id reports on it again if applied.
+    for (const CallbackId& callbackId : callbackInfo.callbackIds) {
+        mCallbacks[callbackId].surfaceControls.emplace(surfaceControl->getHandle(), surfaceControl);
     }
 }
 
 void TransactionCompletedListener::setReleaseBufferCallback(const ReleaseCallbackId& callbackId,
                                                             ReleaseBufferCallback listener) {
-    if (!listener) return;
     std::lock_guard<std::mutex> lock(mMutex);
     mReleaseBufferCallbacks[callbackId] = std::move(listener);
 }
 
-void TransactionCompletedListener::removeReleaseBufferCallback(const ReleaseCallbackId& callbackId) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    popReleaseBufferCallbackLocked(callbackId);
+void TransactionCompletedListener::onTransactionCompleted(ListenerStats listenerStats) {
+    std::unordered_map<CallbackId, CallbackTranslation, CallbackIdHash> callbacksMap;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        // Transactions merged in another process carry callbacks registered for other surfaces,
+        // and all of a frame's callbacks arrive together: every callback looks its surfaces up
+        // in a copy of the whole map.
+        callbacksMap = mCallbacks;
+        for (const TransactionStats& transactionStats : listenerStats.transactionStats) {
+            for (const CallbackId& callbackId : transactionStats.callbackIds) {
+                mCallbacks.erase(callbackId);
+#ifdef TALVEX_LIBGUI_HOOKS
+                getFrameRecordIns()->removeCallbackIdLocked(callbackId.id);
+#endif
+            }
+        }
+    }
+#ifdef TALVEX_LIBGUI_HOOKS
+    // Each surface's commit or completion goes to the frame record, once per transaction, before
+    // any callback runs.
+    for (const auto& transactionStats : listenerStats.transactionStats) {
+        for (const auto& surfaceStats : transactionStats.surfaceStats) {
+            for (const auto& callbackId : transactionStats.callbackIds) {
+                const auto translation = callbacksMap.find(callbackId);
+                if (translation == callbacksMap.end()) continue;
+                const auto& surfaces = translation->second.surfaceControls;
+                const auto surface = surfaces.find(surfaceStats.surfaceControl);
+                if (surface == surfaces.end() || surface->second == nullptr) continue;
+                getFrameRecordIns()->setLayerFrameEvent(
+                    surface->second.get(), surfaceStats.eventStats.frameNumber,
+                    callbackId.type == CallbackId::Type::ON_COMMIT
+                        ? FrameType::onTransactionCompletedCommit
+                        : FrameType::onTransactionCompletedComplete);
+                break;
+            }
+        }
+    }
+#endif
+
+    // What the app's callback receives of `transactionStats`: each surface is looked up among
+    // those `translation` was registered for (null if it is not there).
+    auto toSurfaceControlStats = [](const TransactionStats& transactionStats,
+                                    CallbackTranslation& translation) {
+        std::vector<SurfaceControlStats> surfaceControlStats;
+        for (const SurfaceStats& surfaceStats : transactionStats.surfaceStats) {
+            surfaceControlStats.emplace_back(
+                translation.surfaceControls[surfaceStats.surfaceControl], transactionStats.latchTime,
+                surfaceStats.acquireTimeOrFence, transactionStats.presentFence,
+                surfaceStats.previousReleaseFence, surfaceStats.transformHint,
+                surfaceStats.eventStats, surfaceStats.currentMaxAcquiredBufferCount);
+        }
+        return surfaceControlStats;
+    };
+
+    for (const TransactionStats& transactionStats : listenerStats.transactionStats) {
+        // A transaction's commit callbacks run before its completion callbacks.
+        for (const CallbackId& callbackId : transactionStats.callbackIds) {
+            if (callbackId.type != CallbackId::Type::ON_COMMIT) continue;
+            CallbackTranslation& translation = callbacksMap[callbackId];
+            if (!translation.callbackFunction) continue;
+            const std::vector<SurfaceControlStats> surfaceControlStats =
+                toSurfaceControlStats(transactionStats, translation);
+            translation.callbackFunction(transactionStats.latchTime, transactionStats.presentFence,
+                                         surfaceControlStats);
+            // The same id may come in more than one transaction's stats (a transaction applied
+            // from two processes): it runs once.
+            callbacksMap.erase(callbackId);
+        }
+
+        for (const CallbackId& callbackId : transactionStats.callbackIds) {
+            if (callbackId.type != CallbackId::Type::ON_COMPLETE) continue;
+            CallbackTranslation& translation = callbacksMap[callbackId];
+            if (!translation.callbackFunction) continue;
+            const std::vector<SurfaceControlStats> surfaceControlStats =
+                toSurfaceControlStats(transactionStats, translation);
+            for (const SurfaceStats& surfaceStats : transactionStats.surfaceStats) {
+                const sp<SurfaceControl>& surfaceControl =
+                    translation.surfaceControls[surfaceStats.surfaceControl];
+                if (surfaceControl != nullptr && surfaceStats.transformHint.has_value()) {
+                    surfaceControl->setTransformHint(*surfaceStats.transformHint);
+                }
+                // The buffer this frame replaced comes back with the report, which saves the
+                // compositor a call: its release runs before the callback.
+                if (surfaceStats.previousReleaseCallbackId == ReleaseCallbackId::INVALID_ID) {
+                    continue;
+                }
+                ReleaseBufferCallback callback;
+                {
+                    std::lock_guard<std::mutex> lock(mMutex);
+                    callback =
+                        popReleaseBufferCallbackLocked(surfaceStats.previousReleaseCallbackId);
+                }
+                if (callback) {
+                    callback(surfaceStats.previousReleaseCallbackId,
+                             surfaceStats.previousReleaseFence ? surfaceStats.previousReleaseFence
+                                                               : Fence::NO_FENCE,
+                             surfaceStats.currentMaxAcquiredBufferCount);
+                }
+            }
+            translation.callbackFunction(transactionStats.latchTime, transactionStats.presentFence,
+                                         surfaceControlStats);
+        }
+    }
 }
 
-ReleaseBufferCallback TransactionCompletedListener::popReleaseBufferCallbackLocked(
-    const ReleaseCallbackId& callbackId) {
-    ReleaseBufferCallback callback;
-    auto it = mReleaseBufferCallbacks.find(callbackId);
-    if (it == mReleaseBufferCallbacks.end()) return nullptr;
-    callback = std::move(it->second);
-    mReleaseBufferCallbacks.erase(it);
-    return callback;
+void TransactionCompletedListener::onTransactionQueueStalled(const String8& /*reason*/) {}
+
+void TransactionCompletedListener::onTrustedPresentationChanged(int /*id*/,
+                                                                bool /*presentedWithinThresholds*/) {
 }
 
 void TransactionCompletedListener::onReleaseBuffer(ReleaseCallbackId callbackId,
@@ -110,45 +232,21 @@ void TransactionCompletedListener::onReleaseBuffer(ReleaseCallbackId callbackId,
         currentMaxAcquiredBufferCount == UINT_MAX
             ? std::nullopt
             : std::make_optional<uint32_t>(currentMaxAcquiredBufferCount);
-    callback(callbackId, releaseFence ? releaseFence : Fence::NO_FENCE,
-             optionalMaxAcquiredBufferCount);
+    callback(callbackId, releaseFence, optionalMaxAcquiredBufferCount);
 }
 
-bool TransactionCompletedListener::hostCompleteCallback(
-    const CallbackId& callbackId, nsecs_t latchTime, const sp<Fence>& presentFence,
-    const std::vector<SurfaceControlStats>& stats) {
-    CallbackTranslation translation;
-    {
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto it = mCallbacks.find(callbackId);
-        if (it == mCallbacks.end()) return false;
-        translation = std::move(it->second);
-        mCallbacks.erase(it);
-        if (mHostCallbackIdObserver) mHostCallbackIdObserver(callbackId.id, false);
-    }
-    if (translation.callbackFunction) {
-        translation.callbackFunction(latchTime, presentFence, stats);
-    }
-    return true;
+ReleaseBufferCallback TransactionCompletedListener::popReleaseBufferCallbackLocked(
+    const ReleaseCallbackId& callbackId) {
+    auto it = mReleaseBufferCallbacks.find(callbackId);
+    if (it == mReleaseBufferCallbacks.end()) return nullptr;
+    ReleaseBufferCallback callback = std::move(it->second);
+    mReleaseBufferCallbacks.erase(it);
+    return callback;
 }
 
-void TransactionCompletedListener::hostSetCallbackIdObserver(
-    std::function<void(int64_t id, bool added)> observer) {
+void TransactionCompletedListener::removeReleaseBufferCallback(const ReleaseCallbackId& callbackId) {
     std::lock_guard<std::mutex> lock(mMutex);
-    mHostCallbackIdObserver = std::move(observer);
-}
-
-std::vector<CallbackId> TransactionCompletedListener::hostCallbackIds() {
-    std::lock_guard<std::mutex> lock(mMutex);
-    std::vector<CallbackId> ids;
-    ids.reserve(mCallbacks.size());
-    for (const auto& [id, translation] : mCallbacks) ids.push_back(id);
-    return ids;
-}
-
-bool TransactionCompletedListener::hostHasCallback(const CallbackId& callbackId) {
-    std::lock_guard<std::mutex> lock(mMutex);
-    return mCallbacks.count(callbackId) != 0;
+    popReleaseBufferCallbackLocked(callbackId);
 }
 
 size_t TransactionCompletedListener::hostCallbackCount() {

@@ -19,19 +19,26 @@
 #include <ui/Fence.h>
 #include <utils/Timers.h>
 
-#include <algorithm>
 #include <climits>
-
-#include "libgui_glue.h"
+#include <utility>
+#include <vector>
 
 namespace talvex::simulator {
 
 using android::CallbackId;
+using android::ListenerStats;
 using android::ReleaseCallbackId;
 using android::sp;
 using android::SurfaceComposerClient;
-using android::SurfaceControlStats;
+using android::SurfaceStats;
 using android::TransactionCompletedListener;
+
+namespace {
+
+// What the compositor tells the app of how many buffers it may hold acquired at once.
+constexpr uint32_t kMaxAcquiredBufferCount = 1;
+
+}  // namespace
 
 Compositor::Compositor(std::chrono::nanoseconds vsyncPeriod) : mVsyncPeriod(vsyncPeriod) {}
 
@@ -113,12 +120,13 @@ void Compositor::forgetLayer(int32_t layerId) {
     mBatchDone.wait(lock, [&] { return !mRunning || !mInBatch || mBatches > running; });
     lock.unlock();
     // A layer that goes gives back every buffer the compositor had of it, and a transaction on
-    // it still completes, with no stats for the layer, as the compositor sends an empty
-    // transaction: the app's callbacks never wait forever on a gone layer. All of it runs here,
-    // on the caller's thread: a release lets the queue apply its next frame, which comes back
-    // to mGoneTransactions (never to the vsync thread), until the queue has nothing left.
-    const nsecs_t now = systemTime(SYSTEM_TIME_MONOTONIC);
+    // it still reports back, with no stats, as the compositor does for a transaction that
+    // changed nothing: the app's callbacks never wait forever on a gone layer. All of it runs
+    // here, on the caller's thread: a release lets the queue apply its next frame, which comes
+    // back to mGoneTransactions (never to the vsync thread), until the queue has nothing left.
     sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
+    const sp<android::IBinder> listenerBinder =
+        android::IInterface::asBinder(TransactionCompletedListener::getIInstance());
     while (!dropped.empty() || !releases.empty()) {
         for (const auto& transaction : dropped) {
             for (const auto& layer : transaction.hostLayers()) {
@@ -131,11 +139,9 @@ void Compositor::forgetLayer(int32_t layerId) {
             listener->onReleaseBuffer(id, android::Fence::NO_FENCE, UINT_MAX);
         }
         for (const auto& transaction : dropped) {
-            for (const CallbackId& id : transaction.hostCallbackIds()) {
-                if (id.type == CallbackId::Type::ON_COMPLETE) {
-                    listener->hostCompleteCallback(id, now, android::Fence::NO_FENCE, {});
-                }
-            }
+            const auto ids = transaction.hostCallbackIds();
+            if (ids.empty()) continue;
+            listener->onTransactionCompleted(ListenerStats::createEmpty(listenerBinder, ids));
         }
         releases.clear();
         dropped.clear();
@@ -196,44 +202,62 @@ void Compositor::composite(const SurfaceComposerClient::Transaction& transaction
     }
     const nsecs_t latchTime = systemTime(SYSTEM_TIME_MONOTONIC);
     sp<TransactionCompletedListener> listener = TransactionCompletedListener::getInstance();
-    std::vector<SurfaceControlStats> stats;
-    std::vector<ReleaseCallbackId> releases;
+    std::vector<CallbackId> commitIds;
+    std::vector<CallbackId> completeIds;
+    for (const CallbackId& id : transaction.hostCallbackIds()) {
+        (id.type == CallbackId::Type::ON_COMMIT ? commitIds : completeIds).push_back(id);
+    }
+    // Each surface's stats carry the buffer its new one replaced: the listener releases it as
+    // it runs the completion.
+    std::vector<SurfaceStats> stats;
     bool lost = false;
-    const auto ids = transaction.hostCallbackIds();
-    // The listener runs its commit loop only for on-commit callbacks, which a BLAST queue's
-    // own transactions do not carry.
-    const bool onCommit = std::any_of(ids.begin(), ids.end(), [](const CallbackId& id) {
-        return id.type == CallbackId::Type::ON_COMMIT;
-    });
     for (const auto& layer : transaction.hostLayers()) {
         if (layer.surfaceControl == nullptr || !layer.frameNumber) continue;
         const int32_t layerId = layer.surfaceControl->getLayerId();
-        if (onCommit) listenerTransactionCommitted(layer.surfaceControl, *layer.frameNumber);
-        stats.emplace_back(layer.surfaceControl, latchTime, latchTime, android::Fence::NO_FENCE,
-                           android::Fence::NO_FENCE, std::nullopt);
-        stats.back().frameEventStats.frameNumber = *layer.frameNumber;
-        std::lock_guard<std::mutex> lock(mMutex);
-        auto& latched = mLatched[layerId];
-        if (latched.second != ReleaseCallbackId::INVALID_ID) releases.push_back(latched.second);
-        latched = {*layer.frameNumber, layer.releaseCallbackId};
-        if (mLostCompletions.erase({layerId, *layer.frameNumber}) != 0) {
-            lost = true;
-            ++mLostCount;
-        }
-    }
-    // The buffer each latched one replaced is released before the completion is delivered,
-    // as the listener runs a surface's previous release before the transaction's callback.
-    for (const auto& id : releases)
-        listener->onReleaseBuffer(id, android::Fence::NO_FENCE, UINT_MAX);
-    if (!lost) {
-        for (const CallbackId& id : ids) {
-            if (id.type != CallbackId::Type::ON_COMPLETE) continue;
-            for (const auto& stat : stats) {
-                listenerTransactionCompleted(stat.surfaceControl, stat.frameEventStats.frameNumber);
+        ReleaseCallbackId previous = ReleaseCallbackId::INVALID_ID;
+        {
+            std::lock_guard<std::mutex> lock(mMutex);
+            auto latched = mLatched.find(layerId);
+            if (latched != mLatched.end()) previous = latched->second.second;
+            mLatched.insert_or_assign(layerId,
+                                      std::make_pair(*layer.frameNumber, layer.releaseCallbackId));
+            if (mLostCompletions.erase({layerId, *layer.frameNumber}) != 0) {
+                lost = true;
+                ++mLostCount;
             }
-            listener->hostCompleteCallback(id, latchTime, android::Fence::NO_FENCE, stats);
         }
+        android::FrameEventHistoryStats eventStats(*layer.frameNumber, 0, android::Fence::NO_FENCE,
+                                                   android::CompositorTiming(), latchTime, 0);
+        stats.emplace_back(layer.surfaceControl->getLayerStateHandle(), latchTime,
+                           android::Fence::NO_FENCE, std::nullopt, kMaxAcquiredBufferCount,
+                           eventStats, std::vector<android::JankData>(), previous);
     }
+    const sp<android::IBinder> listenerBinder =
+        android::IInterface::asBinder(TransactionCompletedListener::getIInstance());
+    // The commit is reported on its own, as soon as the transaction is latched.
+    if (!commitIds.empty()) {
+        ListenerStats committed;
+        committed.listener = listenerBinder;
+        committed.transactionStats.emplace_back(commitIds, latchTime, android::Fence::NO_FENCE,
+                                                stats);
+        for (SurfaceStats& surface : committed.transactionStats.back().surfaceStats) {
+            surface.previousReleaseCallbackId = ReleaseCallbackId::INVALID_ID;
+        }
+        listener->onTransactionCompleted(committed);
+    }
+    if (lost || completeIds.empty()) {
+        // No completion goes out: the replaced buffers still come back, on their own.
+        for (const SurfaceStats& surface : stats) {
+            if (surface.previousReleaseCallbackId == ReleaseCallbackId::INVALID_ID) continue;
+            listener->onReleaseBuffer(surface.previousReleaseCallbackId, android::Fence::NO_FENCE,
+                                      kMaxAcquiredBufferCount);
+        }
+        return;
+    }
+    ListenerStats completed;
+    completed.listener = listenerBinder;
+    completed.transactionStats.emplace_back(completeIds, latchTime, android::Fence::NO_FENCE, stats);
+    listener->onTransactionCompleted(completed);
 }
 
 }  // namespace talvex::simulator

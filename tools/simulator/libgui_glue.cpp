@@ -16,23 +16,14 @@
 
 #include "libgui_glue.h"
 
-#include <gui/SurfaceComposerClient.h>
-#include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
 
 #include <chrono>
 #include <future>
 #include <memory>
-#include <mutex>
 
 namespace talvex::simulator {
 
-using android::sp;
-using android::SurfaceControl;
-using android::TransactionCompletedListener;
-using android::libgui_interface::hook::FrameStartStatus;
-using android::libgui_interface::hook::FrameType;
-using android::libgui_interface::hook::getBufferQueueHelper;
 using android::libgui_interface::hook::getFrameRecordIns;
 
 void waitForDumperThread() {
@@ -41,27 +32,6 @@ void waitForDumperThread() {
     std::future<void> finished = done->get_future();
     getFrameRecordIns()->pushTaskAndStart([done] { done->set_value(); });
     finished.wait_for(std::chrono::seconds(10));
-}
-
-void patchTransactionCompletedListener() {
-    TransactionCompletedListener::getInstance()->hostSetCallbackIdObserver(
-        [](int64_t id, bool added) {
-            if (added) {
-                getFrameRecordIns()->addCallbackIdLocked(id);
-            } else {
-                getFrameRecordIns()->removeCallbackIdLocked(id);
-            }
-        });
-}
-
-void listenerTransactionCommitted(const sp<SurfaceControl>& surface, uint64_t frameNumber) {
-    getFrameRecordIns()->setLayerFrameEvent(surface.get(), frameNumber,
-                                            FrameType::onTransactionCompletedCommit);
-}
-
-void listenerTransactionCompleted(const sp<SurfaceControl>& surface, uint64_t frameNumber) {
-    getFrameRecordIns()->setLayerFrameEvent(surface.get(), frameNumber,
-                                            FrameType::onTransactionCompletedComplete);
 }
 
 }  // namespace talvex::simulator

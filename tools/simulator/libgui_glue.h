@@ -16,29 +16,10 @@
 
 #pragma once
 
-#include <gui/SurfaceControl.h>
-#include <utils/StrongPointer.h>
-#include <utils/Timers.h>
-
-#include <atomic>
-#include <cstdint>
-#include <vector>
-
 namespace talvex::simulator {
 
 // Returns once every task handed to the frame record's dumper thread so far has run (at most
 // ten seconds).
 void waitForDumperThread();
 
-// The TransactionCompletedListener's part: times every callback id it registers and forgets
-// it when the callback runs, under the listener's lock. Call once before any queue exists.
-void patchTransactionCompletedListener();
-
-// The listener received the compositor's commit of `frameNumber` on `surface`.
-void listenerTransactionCommitted(const android::sp<android::SurfaceControl>& surface,
-                                  uint64_t frameNumber);
-// The listener received the completion of `frameNumber` on `surface` (before it runs the
-// queue's callback).
-void listenerTransactionCompleted(const android::sp<android::SurfaceControl>& surface,
-                                  uint64_t frameNumber);
 }  // namespace talvex::simulator

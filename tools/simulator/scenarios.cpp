@@ -80,11 +80,11 @@ void playCallbackLost(World& world) {
     world.compositor().loseCompletion(layer.layerId(), frame);
     if (!world.waitFor([&] { return world.compositor().lostCompletions() > 0; })) return;
     world.sleepFor(share(world, 0.2));
-    say("first dump of layer %d: the lost callback is pending", layer.layerId());
+    say("first dump of layer %d: the lost completion's callbacks are pending", layer.layerId());
     world.requestDump(layer);
     // The second dump comes later, even in a run that is out of time.
     std::this_thread::sleep_for(share(world, 0.3));
-    say("second dump of layer %d: the same callback, older", layer.layerId());
+    say("second dump of layer %d: the same callbacks, older", layer.layerId());
     world.requestDump(layer);
 }
 

@@ -56,7 +56,6 @@ int play(const Options& options, const Scenario& scenario) {
     android::sp<android::HostCompositor> service = registerCompositorService(names);
     if (service == nullptr) return 1;
     runHookPath();
-    patchTransactionCompletedListener();
     say("scenario %s (seed %llu, %d layers, %d fps, %.1f s, %s): %s", scenario.name,
         static_cast<unsigned long long>(options.seed), options.layers, options.fps, options.seconds,
         options.buildType.c_str(), scenario.story);

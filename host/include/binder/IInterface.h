@@ -15,12 +15,16 @@
  */
 
 /*
- * Host model of AOSP libbinder's IInterface and BnInterface (binder/IInterface.h, Android 14/15).
- * Not modelled: BpInterface and the DECLARE/IMPLEMENT_META_INTERFACE macros (no proxies on host).
+ * Host model of AOSP libbinder's IInterface and BnInterface (binder/IInterface.h, Android 14/15),
+ * with DECLARE_META_INTERFACE and IMPLEMENT_META_INTERFACE. Not modelled: BpInterface (no
+ * proxies on host: asInterface() answers only for a local object).
  */
 #pragma once
 
 #include <binder/Binder.h>
+
+#include <cassert>
+#include <utility>
 
 namespace android {
 
@@ -37,7 +41,55 @@ protected:
     virtual IBinder* onAsBinder() = 0;
 };
 
-// Returns `obj` as INTERFACE; needs INTERFACE::asInterface (DECLARE_META_INTERFACE on device).
+// Declares what every interface INTERFACE has: its descriptor, asInterface(), the default
+// implementation and the constructor and destructor. Use inside class I<INTERFACE>.
+#define DECLARE_META_INTERFACE(INTERFACE)                                                         \
+public:                                                                                           \
+    static const ::android::String16 descriptor;                                                  \
+    static ::android::sp<I##INTERFACE> asInterface(const ::android::sp<::android::IBinder>& obj); \
+    virtual const ::android::String16& getInterfaceDescriptor() const;                            \
+    I##INTERFACE();                                                                               \
+    virtual ~I##INTERFACE();                                                                      \
+    static bool setDefaultImpl(::android::sp<I##INTERFACE> impl);                                 \
+    static const ::android::sp<I##INTERFACE>& getDefaultImpl();                                   \
+                                                                                                  \
+private:                                                                                          \
+    static ::android::sp<I##INTERFACE> default_impl;                                              \
+                                                                                                  \
+public:
+
+// Defines what DECLARE_META_INTERFACE declares, with NAME as the descriptor. asInterface()
+// returns the object behind a local binder of this interface and null for anything else: there
+// are no proxies on host.
+#define IMPLEMENT_META_INTERFACE(INTERFACE, NAME)                                    \
+    const ::android::String16 I##INTERFACE::descriptor(NAME);                        \
+    const ::android::String16& I##INTERFACE::getInterfaceDescriptor() const {        \
+        return I##INTERFACE::descriptor;                                             \
+    }                                                                                \
+    ::android::sp<I##INTERFACE> I##INTERFACE::asInterface(                           \
+        const ::android::sp<::android::IBinder>& obj) {                              \
+        if (obj == nullptr) return nullptr;                                          \
+        ::android::sp<::android::IInterface> local =                                 \
+            obj->queryLocalInterface(I##INTERFACE::descriptor);                      \
+        return ::android::sp<I##INTERFACE>(static_cast<I##INTERFACE*>(local.get())); \
+    }                                                                                \
+    ::android::sp<I##INTERFACE> I##INTERFACE::default_impl;                          \
+    bool I##INTERFACE::setDefaultImpl(::android::sp<I##INTERFACE> impl) {            \
+        /* One user of the interface in the process may set it, once. */             \
+        assert(!I##INTERFACE::default_impl);                                         \
+        if (impl) {                                                                  \
+            I##INTERFACE::default_impl = std::move(impl);                            \
+            return true;                                                             \
+        }                                                                            \
+        return false;                                                                \
+    }                                                                                \
+    const ::android::sp<I##INTERFACE>& I##INTERFACE::getDefaultImpl() {              \
+        return I##INTERFACE::default_impl;                                           \
+    }                                                                                \
+    I##INTERFACE::I##INTERFACE() {}                                                  \
+    I##INTERFACE::~I##INTERFACE() {}
+
+// Returns `obj` as INTERFACE; needs INTERFACE::asInterface (DECLARE_META_INTERFACE).
 template <typename INTERFACE>
 inline sp<INTERFACE> interface_cast(const sp<IBinder>& obj) {
     return INTERFACE::asInterface(obj);

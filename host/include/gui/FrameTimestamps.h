@@ -14,11 +14,17 @@
  * limitations under the License.
  */
 
-// Host model of libgui's gui/FrameTimestamps.h (Android 14), as far as the buffer queue's
-// signatures name it. The model keeps no frame-event history: a delta is always empty.
+// Host model of the parts of libgui's gui/FrameTimestamps.h (Android 14) that the buffer queue's
+// signatures and the transaction-completed stats name: the compositor timing, under its libgui
+// name, and the frame-event history delta. The history itself is not modelled: a delta is always
+// empty.
 #pragma once
 
+#include <gui/CompositorTiming.h>
+
 namespace android {
+
+using gui::CompositorTiming;
 
 class FrameEventHistoryDelta {};
 

@@ -16,7 +16,8 @@
 
 // Host model of AOSP libgui's gui/SurfaceControl.h (Android 14/15): a client's reference to one
 // compositor layer, identified by its handle (an IBinder), its layer id and its name. Same
-// public constructor, getters, lock and member names as AOSP; no Surface or parcelling.
+// public constructor, getters, lock and member names as AOSP; no Surface or parcelling, and no
+// BLAST queue of its own (a host-only setter stands in for the child layer such a queue makes).
 #pragma once
 
 #include <binder/IBinder.h>
@@ -27,7 +28,9 @@
 #include <utils/Mutex.h>
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
+#include <utils/threads.h>
 
+#include <optional>
 #include <string>
 
 namespace android {
@@ -36,19 +39,21 @@ class SurfaceComposerClient;
 
 class SurfaceControl : public RefBase {
 public:
-    // Returns true if `surface` is non-null and has a layer handle.
+    // Returns true if `surface` is non-null and valid.
     static bool isValid(const sp<SurfaceControl>& surface) {
         return (surface != nullptr) && surface->isValid();
     }
-    bool isValid() { return getLayerStateHandle() != nullptr; }
 
-    // Returns true if both refer to the same layer handle.
+    // Returns true if the layer has a handle and a client.
+    bool isValid() { return mHandle != nullptr && mClient != nullptr; }
+
+    // Returns true if both refer to the same layer handle (their own, never a BLAST child's).
     static bool isSameSurface(const sp<SurfaceControl>& lhs, const sp<SurfaceControl>& rhs);
 
-    // Returns the layer's handle.
+    // Returns the handle callbacks know the layer by: the BLAST child's if there is one, else
+    // getLayerStateHandle().
     sp<IBinder> getHandle() const;
-    // Returns the handle that layer state goes to: the BLAST child's if there is one, else
-    // getHandle().
+    // Returns the layer's own handle, the one its layer state in a transaction is keyed by.
     sp<IBinder> getLayerStateHandle() const;
     // Returns the compositor's layer id.
     int32_t getLayerId() const;
@@ -58,26 +63,22 @@ public:
     sp<SurfaceComposerClient> getClient() const;
 
     uint32_t getTransformHint() const;
+
     void setTransformHint(uint32_t hint);
-    // Records a new default size, as AOSP forwards it to its BLAST queue.
+    // Records a new default size (there is no BLAST queue here to forward it to).
     void updateDefaultBufferSize(uint32_t width, uint32_t height);
 
-    // A copy of `other` referring to the same layer.
+    // A copy of `other` referring to the same layer, without its BLAST child.
     explicit SurfaceControl(const sp<SurfaceControl>& other);
 
     SurfaceControl(const sp<SurfaceComposerClient>& client, const sp<IBinder>& handle,
                    int32_t layerId, const std::string& layerName, uint32_t width = 0,
-                   uint32_t height = 0, PixelFormat format = 0, uint32_t transform = 0,
+                   uint32_t height = 0, PixelFormat format = 0, uint32_t transformHint = 0,
                    uint32_t flags = 0);
 
-    // ---- HOST-ONLY (not in AOSP) ----
-    // Sets the BLAST child whose handle getLayerStateHandle() returns (AOSP sets it when a
-    // BLAST surface is created under this layer).
-    void hostSetBbqChild(const sp<SurfaceControl>& child);
-    uint32_t hostWidth() const;
-    uint32_t hostHeight() const;
-    PixelFormat hostFormat() const;
-    uint32_t hostCreateFlags() const;
+    // Returns `frameNumber` if set, and moves the fallback 100 past it; else the fallback, which
+    // then counts up (from 100).
+    uint64_t resolveFrameNumber(const std::optional<uint64_t>& frameNumber);
 
 private:
     // Can't be copied, as AOSP.
@@ -86,7 +87,7 @@ private:
 
     friend class SurfaceComposerClient;
 
-    ~SurfaceControl() override;
+    ~SurfaceControl();
 
     sp<SurfaceComposerClient> mClient;
     sp<IBinder> mHandle;
@@ -99,6 +100,17 @@ private:
     uint32_t mHeight = 0;
     PixelFormat mFormat = PIXEL_FORMAT_NONE;
     uint32_t mCreateFlags = 0;
+    uint64_t mFallbackFrameNumber = 100;
+
+    // ---- Host only (not in Android 14) ----
+public:
+    // Sets the BLAST child whose handle getHandle() returns (AOSP makes one when a Surface is
+    // asked of this layer).
+    void hostSetBbqChild(const sp<SurfaceControl>& child);
+    uint32_t hostWidth() const;
+    uint32_t hostHeight() const;
+    PixelFormat hostFormat() const;
+    uint32_t hostCreateFlags() const;
 };
 
 }  // namespace android

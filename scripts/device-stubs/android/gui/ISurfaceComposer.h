@@ -15,9 +15,11 @@
  */
 
 // STUB (hand-written): stands in for the AIDL-generated C++ header of android.gui.ISurfaceComposer
-// (libs/gui/.../ISurfaceComposer.aidl). The interface class and its two nested enums; syntax checks only.
+// (libs/gui/.../ISurfaceComposer.aidl). The interface class, its two nested enums and the methods
+// libgui's sources call; syntax checks only.
 #pragma once
 #include <binder/IInterface.h>
+#include <binder/Status.h>
 
 #include <cstdint>
 // The generated header includes the headers of every type the interface imports; libgui's
@@ -34,5 +36,7 @@ public:
     DECLARE_META_INTERFACE(SurfaceComposer)
     enum class VsyncSource : int32_t { eVsyncSourceApp = 0, eVsyncSourceSurfaceFlinger = 1 };
     enum class EventRegistration : int32_t { modeChanged = 1 << 0, frameRateOverride = 1 << 1 };
+    // The methods libgui's own sources call, as the cpp backend declares them.
+    virtual ::android::binder::Status getMaxAcquiredBufferCount(int32_t* _aidl_return) = 0;
 };
 }  // namespace android::gui
