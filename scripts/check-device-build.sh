@@ -46,7 +46,7 @@ readonly -a NATIVE_OPTIONAL_INCLUDES=(libs/ftl/include)
 readonly -a CORE_INCLUDES=(libutils/include libcutils/include libsystem/include libsync/include)
 # libgui in frameworks/native: the series' sources directly in this dir are compiled, with the
 # flags of this module in its Android.bp, and the C++ standard Soong gives a module without
-# cpp_std (Android 12 to 14).
+# cpp_std (up to Android 14).
 readonly LIBGUI_DIR=libs/gui
 readonly LIBGUI_MODULE=libgui
 readonly LIBGUI_DEFAULT_STD=gnu++17
@@ -445,15 +445,15 @@ add_sp_factories() {
     echo "${missing[@]}"
 }
 
-# ATRACE_INSTANT, which frameworks/native 13 and later call (gui/TraceUtils.h) and a
-# system/core 12 or older lacks: the macro over a function of its signature that does nothing.
-# FILE is cutils/trace.h.
+# Whether FILE (cutils/trace.h) lacks ATRACE_INSTANT, which frameworks/native 14 calls
+# (gui/TraceUtils.h) and system/core 11 does not have.
 trace_instant_missing() {
     ! grep -Eq '^[[:space:]]*#[[:space:]]*define[[:space:]]+ATRACE_INSTANT\(' "$1"
 }
 
-# Adds ATRACE_INSTANT after the end of FILE, so that compiler messages keep the tree's line
-# numbers; guarded on its own, as it follows the file's include guard.
+# Adds ATRACE_INSTANT to FILE: the macro over a function of atrace_instant's signature that does
+# nothing. After the end, so that compiler messages keep the tree's line numbers; guarded on its
+# own, as it follows the file's include guard.
 add_trace_instant() {
     printf '%s\n' '#ifndef ATRACE_INSTANT' \
         '#define ATRACE_INSTANT(name) atrace_instant(ATRACE_TAG, name)' \
@@ -487,10 +487,12 @@ apply_patches() {
     mapfile -t series < <(find "$dir" -maxdepth 1 -name '*.patch' | LC_ALL=C sort)
     [ ${#series[@]} -gt 0 ] || die "--patches $dir holds no *.patch"
     mapfile -t series_changed < <(series_paths "${series[@]}")
-    for d in "${NATIVE_INCLUDES[@]}"; do copy_into "$native" "$d" "$copy" || die "cannot copy $d"; done
+    for d in "${NATIVE_INCLUDES[@]}"; do
+        copy_into "$native" "$d" "$copy" || die "cannot copy $native/$d"
+    done
     for f in "${series_changed[@]}"; do
         # A file that the tree lacks is one the series creates, or one git will report missing.
-        [ ! -f "$native/$f" ] || copy_into "$native" "$f" "$copy" || die "cannot copy $f"
+        [ ! -f "$native/$f" ] || copy_into "$native" "$f" "$copy" || die "cannot copy $native/$f"
     done
     for patch in "${series[@]}"; do
         # The copy is no repository: git applies to its files as they are.
@@ -521,18 +523,19 @@ set_include_lists() {
     for d in "${NATIVE_INCLUDES[@]}"; do
         [ ! -d "$native_copy/$d" ] || tree_includes+=("$native_copy/$d")
         tree_includes+=("$native/$d")
-        plain_includes+=("$native/$d")
     done
     for d in "${NATIVE_OPTIONAL_INCLUDES[@]}"; do
-        [ ! -d "$native/$d" ] || { tree_includes+=("$native/$d") && plain_includes+=("$native/$d"); }
+        [ ! -d "$native/$d" ] || tree_includes+=("$native/$d")
     done
     for d in "${CORE_INCLUDES[@]}"; do
-        [ ! -d "$core_copy/$d" ] || { tree_includes+=("$core_copy/$d") && plain_includes+=("$core_copy/$d"); }
+        [ ! -d "$core_copy/$d" ] || tree_includes+=("$core_copy/$d")
         tree_includes+=("$core/$d")
-        plain_includes+=("$core/$d")
     done
     tree_includes+=("$libbase_dir" "$liblog_dir")
-    plain_includes+=("$libbase_dir" "$liblog_dir")
+    # The copies of system/core stay: they make up for its age, not for the series.
+    for d in "${tree_includes[@]}"; do
+        [ "${d#"$native_copy"/}" != "$d" ] || plain_includes+=("$d")
+    done
 }
 
 # Makes the temporary copies (frameworks/native's headers and the files the series touches,
@@ -738,7 +741,8 @@ print_ready() {
             if [ ! -f "$out.orig.rc" ]; then
                 :
             elif [ "$(cat "$out.orig.rc")" = 0 ]; then
-                echo "    the tree's own $source compiles with these flags: the failure is the series'"
+                echo "    the tree's own $source compiles with these flags:" \
+                    "the failure is the series'"
             else
                 echo "    the tree's own $source fails too, so a stand-in, a flag or a tree is" \
                     "missing; it says first:"

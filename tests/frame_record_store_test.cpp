@@ -56,6 +56,7 @@ class FrameRecordEnable : public ::testing::TestWithParam<BuildCase> {};
 // without its lock, yet still runs worker tasks.
 TEST_P(FrameRecordEnable, RecordsOnlyOnUserdebugAndSaysSoOnce) {
     ScopedProperty property("ro.build.type", GetParam().buildType);
+    SKIP_UNLESS_HOLDS(property);
     EXPECT_EQ(GetParam().enable, TalvexFrameRecord::checkRecordEnable());
     LogCapture logs;
     TalvexFrameRecord record;
@@ -207,11 +208,6 @@ TEST_F(FrameRecordStore, UpdateNamesTheLayerAndTheLatestQueueOwnsIt) {
     mRecord->setLayerFrameEvent(1, 1, FrameType::apply);
     android::sp<android::SurfaceControl> other = addLayer(1, queue(2), "second");
     const android::sp<android::IBinder> ownHandle = other->getHandle();
-    // Once the layer has a BLAST child, callbacks know it by the child's handle; its layer
-    // state, and the record, keep its own.
-    android::sp<android::SurfaceControl> child = makeSurfaceControl(5, "child");
-    other->hostSetBbqChild(child);
-    ASSERT_EQ(child->getHandle(), other->getHandle());
     mRecord->updateFrameAndGetContent(other.get(), "second", queue(2));
     auto content = Peer::content(*mRecord, 1);
     EXPECT_EQ(other.get(), content->mSurfaceControl);
@@ -235,11 +231,26 @@ TEST_F(FrameRecordStore, UpdateNamesTheLayerAndTheLatestQueueOwnsIt) {
     EXPECT_EQ(1u, mLogs.lines().size());  // nothing logged but the constructor's line
 }
 
+#if !defined(__ANDROID__)
+// Once the layer has a BLAST child, callbacks know it by the child's handle; its layer state, and
+// the record, keep its own. (The child needs a compositor on a device.)
+TEST_F(FrameRecordStore, KeepsTheLayersOwnHandleWhenItHasABlastChild) {
+    android::sp<android::SurfaceControl> layer = addLayer(1, queue(1), "layer");
+    const android::sp<android::IBinder> ownHandle = layer->getHandle();
+    android::sp<android::SurfaceControl> child = makeSurfaceControl(5, "child");
+    layer->hostSetBbqChild(child);
+    ASSERT_EQ(child->getHandle(), layer->getHandle());
+    mRecord->updateFrameAndGetContent(layer.get(), "layer", queue(1));
+    EXPECT_EQ(ownHandle.get(), Peer::content(*mRecord, 1)->mLayerHandle);
+}
+#endif
+
 // The getter hands out the one process-wide record, created once; its own process per case.
 TEST(FrameRecordSingleton, GetterGivesTheOneRealRecordCreatedOnce) {
     for (const char* buildType : {"userdebug", "user"}) {
         EXPECT_IN_OWN_PROCESS({
             ScopedProperty property("ro.build.type", buildType);
+            SKIP_UNLESS_HOLDS(property);
             LogCapture logs;
             using android::libgui_interface::hook::getFrameRecordIns;
             android::libgui_interface::hook::IFrameRecord* record = getFrameRecordIns();

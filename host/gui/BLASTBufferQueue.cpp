@@ -17,7 +17,13 @@
 #undef LOG_TAG
 #define LOG_TAG "BLASTBufferQueue"
 
+// For ScopedLockAssertion. gcc knows no thread-safety attributes, which libutils' headers (and
+// so the models') make no-ops: this header must not turn them back on.
 #include <android-base/thread_annotations.h>
+#if !defined(__clang__)
+#undef THREAD_ANNOTATION_ATTRIBUTE__
+#define THREAD_ANNOTATION_ATTRIBUTE__(x)
+#endif
 #include <gui/BLASTBufferQueue.h>
 #include <gui/BufferQueueConsumer.h>
 #include <gui/BufferQueueCore.h>

@@ -14,7 +14,6 @@
  * limitations under the License.
  */
 
-
 // STUB (hand-written): bionic's <stdatomic.h> as a C++ file sees it, which glibc lacks. With no
 // C library copy, clang's own <stdatomic.h> is found, and its C11 macros (kill_dependency,
 // atomic_load...) break libc++'s <atomic> included after it; system/core's <cutils/atomic.h> and

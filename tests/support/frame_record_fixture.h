@@ -27,9 +27,9 @@
 #include <vector>
 
 #include "frame_record/TalvexFrameRecord.h"
-#include "support/host_objects.h"
 #include "support/log_capture.h"
 #include "support/scoped_property.h"
+#include "support/surface_objects.h"
 
 namespace android {
 
@@ -83,6 +83,8 @@ std::vector<unsigned long> frameNumbers(const FrameMap& frames) {
 // A record built on a "userdebug" build (recording on), with every log line captured.
 class FrameRecordTest : public ::testing::Test {
 protected:
+    void SetUp() override { SKIP_UNLESS_HOLDS(mBuildType); }
+
     using FrameType = android::libgui_interface::hook::FrameType;
     using FrameStartStatus = android::libgui_interface::hook::FrameStartStatus;
     using Peer = android::TalvexFrameRecordTestPeer;

@@ -17,7 +17,7 @@
 #pragma once
 
 // Builders of host libgui objects (tests link talvex_host_gui), so tests across the project set
-// up surfaces, BLAST queues and buffer queue cores the same way.
+// up surfaces, BLAST queues and buffer queues the same way.
 
 #include <binder/Binder.h>
 #include <gtest/gtest.h>
@@ -40,16 +40,9 @@
 #include <string>
 #include <vector>
 
-namespace talvex::test {
+#include "support/surface_objects.h"
 
-// Returns a SurfaceControl for layer `layerId` named `name`, with a fresh BBinder as its handle.
-inline android::sp<android::SurfaceControl> makeSurfaceControl(int32_t layerId,
-                                                               const std::string& name) {
-    using namespace android;
-    sp<SurfaceComposerClient> client(new SurfaceComposerClient());
-    sp<IBinder> handle(new BBinder());
-    return sp<SurfaceControl>(new SurfaceControl(client, handle, layerId, name));
-}
+namespace talvex::test {
 
 // Returns a BLASTBufferQueue named `name` (its mName becomes `name` + "#" + producer id) whose
 // surface is `surfaceControl`, updated to `width` x `height` RGBA_8888 as libgui's users do.

@@ -22,7 +22,6 @@
 // host needs (test setters, readers) is in the block marked host only, at the end of the class.
 #pragma once
 
-#include <android-base/thread_annotations.h>
 #include <binder/Binder.h>
 #include <gui/BufferItem.h>
 #include <gui/BufferItemConsumer.h>

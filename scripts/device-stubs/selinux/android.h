@@ -14,7 +14,6 @@
  * limitations under the License.
  */
 
-
 // STUB (hand-written): external/selinux's <selinux/android.h>, for a check that reads no
 // external/selinux tree. Only the two log callbacks libgui's BufferQueueConsumer.cpp installs.
 #pragma once
@@ -24,7 +23,7 @@ extern "C" {
 #endif
 int selinux_log_callback(int type, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
 int selinux_vendor_log_callback(int type, const char* fmt, ...)
-        __attribute__((format(printf, 2, 3)));
+    __attribute__((format(printf, 2, 3)));
 #ifdef __cplusplus
 }
 #endif

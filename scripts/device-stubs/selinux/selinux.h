@@ -14,7 +14,6 @@
  * limitations under the License.
  */
 
-
 // STUB (hand-written): external/selinux's <selinux/selinux.h>, for a check that reads no
 // external/selinux tree. Only what libgui's sources call (BufferQueueConsumer.cpp asks whether
 // it may find the permission service); the declarations follow libselinux's documented API.

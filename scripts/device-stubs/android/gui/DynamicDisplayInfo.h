@@ -14,14 +14,29 @@
  * limitations under the License.
  */
 
-// STUB (hand-written): stands in for the AIDL-generated C++ header of android.gui.DynamicDisplayInfo
-// (libs/gui/aidl/android/gui/DynamicDisplayInfo.aidl). An empty parcelable; syntax checks only.
+// STUB (hand-written): stands in for the AIDL-generated C++ header of
+// android.gui.DynamicDisplayInfo (libs/gui/aidl/android/gui/DynamicDisplayInfo.aidl). The fields
+// libgui's sources read; syntax checks only.
 #pragma once
+#include <android/gui/DisplayMode.h>
+#include <android/gui/HdrCapabilities.h>
 #include <binder/Parcel.h>
 #include <binder/Parcelable.h>
+
+#include <cstdint>
+#include <vector>
 namespace android::gui {
 class DynamicDisplayInfo : public ::android::Parcelable {
 public:
+    ::std::vector<DisplayMode> supportedDisplayModes;
+    int32_t activeDisplayModeId = 0;
+    float renderFrameRate = 0.0f;
+    ::std::vector<int32_t> supportedColorModes;
+    int32_t activeColorMode = 0;
+    HdrCapabilities hdrCapabilities;
+    bool autoLowLatencyModeSupported = false;
+    bool gameContentTypeSupported = false;
+    int32_t preferredBootDisplayMode = 0;
     ::android::status_t readFromParcel(const ::android::Parcel* parcel) final;
     ::android::status_t writeToParcel(::android::Parcel* parcel) const final;
 };

@@ -16,11 +16,17 @@
 
 // STUB (hand-written): stands in for the AIDL-generated C++ header of
 // android.gui.ISurfaceComposerClient (libs/gui/.../ISurfaceComposerClient.aidl). The interface
-// class only (no methods); syntax checks only.
+// class, its flags and the methods libgui's sources call; syntax checks only.
 #pragma once
+#include <android/gui/CreateSurfaceResult.h>
+#include <android/gui/FrameStats.h>
+#include <binder/IBinder.h>
 #include <binder/IInterface.h>
+#include <binder/Status.h>
+#include <gui/LayerMetadata.h>
 
 #include <cstdint>
+#include <string>
 namespace android::gui {
 class ISurfaceComposerClient : public ::android::IInterface {
 public:
@@ -42,5 +48,19 @@ public:
         eFXSurfaceContainer = 0x00080000,
         eFXSurfaceMask = 0x000F0000,
     };
+    // The methods libgui's sources call, as the cpp backend declares them.
+    virtual ::android::binder::Status createSurface(const ::std::string& name, int32_t flags,
+                                                    const ::android::sp<::android::IBinder>& parent,
+                                                    const LayerMetadata& metadata,
+                                                    CreateSurfaceResult* _aidl_return) = 0;
+    virtual ::android::binder::Status clearLayerFrameStats(
+        const ::android::sp<::android::IBinder>& handle) = 0;
+    virtual ::android::binder::Status getLayerFrameStats(
+        const ::android::sp<::android::IBinder>& handle, FrameStats* _aidl_return) = 0;
+    virtual ::android::binder::Status mirrorSurface(
+        const ::android::sp<::android::IBinder>& mirrorFromHandle,
+        CreateSurfaceResult* _aidl_return) = 0;
+    virtual ::android::binder::Status mirrorDisplay(int64_t displayId,
+                                                    CreateSurfaceResult* _aidl_return) = 0;
 };
 }  // namespace android::gui

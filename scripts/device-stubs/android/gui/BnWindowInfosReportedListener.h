@@ -1,0 +1,26 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// STUB (hand-written): stands in for the AIDL-generated BnWindowInfosReportedListener.h
+// (libs/gui/android/gui/IWindowInfosReportedListener.aidl). The native class only; syntax checks
+// only.
+#pragma once
+#include <android/gui/IWindowInfosReportedListener.h>
+#include <binder/IInterface.h>
+namespace android::gui {
+class BnWindowInfosReportedListener : public ::android::BnInterface<IWindowInfosReportedListener> {
+};
+}  // namespace android::gui

@@ -1,0 +1,37 @@
+/*
+ * Copyright (C) 2026 The libgui_talvex_utils Authors
+ *
+ * Licensed under the Apache License, Version 2.0 (the "License");
+ * you may not use this file except in compliance with the License.
+ * You may obtain a copy of the License at
+ *
+ *      http://www.apache.org/licenses/LICENSE-2.0
+ *
+ * Unless required by applicable law or agreed to in writing, software
+ * distributed under the License is distributed on an "AS IS" BASIS,
+ * WITHOUT WARRANTIES OR CONDITIONS OF ANY KIND, either express or implied.
+ * See the License for the specific language governing permissions and
+ * limitations under the License.
+ */
+
+// STUB (hand-written): stands in for the AIDL-generated C++ header of
+// android.gui.DisplayedFrameStats (libs/gui/aidl/android/gui/DisplayedFrameStats.aidl). The fields
+// libgui's sources read; syntax checks only.
+#pragma once
+#include <binder/Parcel.h>
+#include <binder/Parcelable.h>
+
+#include <cstdint>
+#include <vector>
+namespace android::gui {
+class DisplayedFrameStats : public ::android::Parcelable {
+public:
+    int64_t numFrames = 0;
+    ::std::vector<int64_t> component_0_sample;
+    ::std::vector<int64_t> component_1_sample;
+    ::std::vector<int64_t> component_2_sample;
+    ::std::vector<int64_t> component_3_sample;
+    ::android::status_t readFromParcel(const ::android::Parcel* parcel) final;
+    ::android::status_t writeToParcel(::android::Parcel* parcel) const final;
+};
+}  // namespace android::gui
