@@ -467,7 +467,10 @@ void BLASTBufferQueue::onFrameAvailable(const BufferItem& item) {
                 while (mNumFrameAvailable > 0) acquireAndReleaseBuffer();
             } else {
                 // The sync must take this very frame: wait until no older one is queued.
-                while (mNumFrameAvailable > 0) mCallbackCV.wait(lock);
+                while (mNumFrameAvailable > 0) {
+                    ++mHostWaitsEntered;  // host only: see hostWaitsEntered()
+                    mCallbackCV.wait(lock);
+                }
             }
         }
 
@@ -485,6 +488,7 @@ void BLASTBufferQueue::onFrameAvailable(const BufferItem& item) {
             TALVEX_FRAME_EVENT(item.mFrameNumber, FrameType::syncNextTransaction);
             // A sync is promised a buffer: wait for one rather than hand it over empty.
             while (acquireNextBufferLocked(mSyncTransaction) == BufferQueue::NO_BUFFER_AVAILABLE) {
+                ++mHostWaitsEntered;  // host only: see hostWaitsEntered()
                 mCallbackCV.wait(lock);
             }
             // A commit callback tells when the synced frame reached the compositor.
@@ -682,6 +686,21 @@ void BLASTBufferQueue::hostAddSyncedFrameNumber(uint64_t frameNumber) {
     mSyncedFrameNumbers.insert(frameNumber);
 }
 
+uint64_t BLASTBufferQueue::hostWaitsEntered() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mHostWaitsEntered;
+}
+
+bool BLASTBufferQueue::hostQueueMayWait() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mTransactionReadyCallback != nullptr || !mSyncedFrameNumbers.empty();
+}
+
+void BLASTBufferQueue::hostWakeWaiters() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mCallbackCV.notify_all();
+}
+
 BLASTBufferQueue::HostSnapshot BLASTBufferQueue::hostSnapshot() const {
     std::lock_guard<std::mutex> lock(mMutex);
     HostSnapshot snap;
@@ -691,6 +710,8 @@ BLASTBufferQueue::HostSnapshot BLASTBufferQueue::hostSnapshot() const {
     snap.numAcquired = mNumAcquired;
     snap.currentMaxAcquiredBufferCount = mCurrentMaxAcquiredBufferCount;
     snap.submittedCount = mSubmitted.size();
+    for (const auto& [id, item] : mSubmitted) snap.submittedFrames.push_back(id.framenumber);
+    std::sort(snap.submittedFrames.begin(), snap.submittedFrames.end());
     snap.pendingReleaseCount = mPendingRelease.size();
     snap.pendingTransactionCount = mPendingTransactions.size();
     snap.surfaceControlsWithPendingCallbackCount = mSurfaceControlsWithPendingCallback.size();

@@ -235,6 +235,32 @@ void BufferQueueCore::hostDropDequeuedBuffer(int slot) {
     if (mSlots[slot].mBufferState.isDequeued()) mSlots[slot].mGraphicBuffer.clear();
 }
 
+uint64_t BufferQueueCore::hostWaitsEntered() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    return mHostWaitsEntered;
+}
+
+bool BufferQueueCore::hostDequeueWouldWait() const {
+    std::lock_guard<std::mutex> lock(mMutex);
+    // waitForFreeSlotThenRelock()'s decision, for a dequeue of the producer's next frame.
+    if (mIsAbandoned) return false;
+    int dequeued = 0;
+    for (int s : mActiveBuffers) {
+        if (mSlots[s].mBufferState.isDequeued()) ++dequeued;
+    }
+    if (mBufferHasBeenQueued && dequeued >= mMaxDequeuedBufferCount) return false;
+    if (mQueue.size() > static_cast<size_t>(getMaxBufferCountLocked())) return true;
+    if (mSharedBufferMode && mSharedBufferSlot != INVALID_BUFFER_SLOT) return false;
+    if (!mFreeBuffers.empty()) return false;
+    if (mAllowAllocation && !mFreeSlots.empty()) return false;
+    return !(mDequeueBufferCannotBlock || mAsyncMode);
+}
+
+void BufferQueueCore::hostWakeWaiters() {
+    std::lock_guard<std::mutex> lock(mMutex);
+    mDequeueCondition.notify_all();
+}
+
 bool BufferQueueCore::hostCheckSlotInvariant(std::string* whyNot) const {
     std::lock_guard<std::mutex> lock(mMutex);
     return hostCheckSlotInvariantLocked(whyNot);

@@ -224,6 +224,7 @@ status_t BufferQueueProducer::waitForFreeSlotThenRelock(FreeSlotCaller caller,
                 acquiredCount <= mCore->mMaxAcquiredBufferCount) {
                 return WOULD_BLOCK;
             }
+            ++mCore->mHostWaitsEntered;  // host only: see BufferQueueCore::hostWaitsEntered()
 #ifdef TALVEX_LIBGUI_HOOKS
             if (talvexWatchStallLocked(mCore.get(), mCore->mDequeueCondition, lock, mDequeueTimeout,
                                        &talvexWaitStart, &talvexDumped)) {

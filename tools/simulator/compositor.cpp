@@ -19,6 +19,8 @@
 #include <ui/Fence.h>
 #include <utils/Timers.h>
 
+#include <algorithm>
+#include <chrono>
 #include <climits>
 #include <utility>
 #include <vector>
@@ -40,18 +42,18 @@ constexpr uint32_t kMaxAcquiredBufferCount = 1;
 
 }  // namespace
 
-Compositor::Compositor(std::chrono::nanoseconds vsyncPeriod) : mVsyncPeriod(vsyncPeriod) {}
+Compositor::Compositor(nsecs_t vsyncPeriod) : mVsyncPeriod(vsyncPeriod) {}
 
 Compositor::~Compositor() {
     stop();
 }
 
-void Compositor::start() {
+void Compositor::start(bool realTime) {
     SurfaceComposerClient::Transaction::hostSetApplyObserver(
         [this](const SurfaceComposerClient::Transaction& transaction) { receive(transaction); });
     std::lock_guard<std::mutex> lock(mMutex);
     mRunning = true;
-    mThread = std::thread(&Compositor::threadMain, this);
+    if (realTime) mThread = std::thread(&Compositor::threadMain, this);
 }
 
 void Compositor::stop() {
@@ -61,7 +63,7 @@ void Compositor::stop() {
         mRunning = false;
     }
     mWake.notify_all();
-    mThread.join();
+    if (mThread.joinable()) mThread.join();
     SurfaceComposerClient::Transaction::hostSetApplyObserver(nullptr);
 }
 
@@ -170,23 +172,42 @@ void Compositor::receive(const SurfaceComposerClient::Transaction& transaction) 
 }
 
 void Compositor::threadMain() {
-    auto vsync = std::chrono::steady_clock::now();
+    auto next = std::chrono::steady_clock::now();
     std::unique_lock<std::mutex> lock(mMutex);
     while (mRunning) {
-        vsync += mVsyncPeriod;
-        if (mWake.wait_until(lock, vsync, [this] { return !mRunning; })) break;
-        std::vector<SurfaceComposerClient::Transaction> batch;
+        next += std::chrono::nanoseconds(mVsyncPeriod);
+        if (mWake.wait_until(lock, next, [this] { return !mRunning; })) break;
+        lock.unlock();
+        vsync();
+        lock.lock();
+    }
+}
+
+void Compositor::vsync() {
+    std::vector<SurfaceComposerClient::Transaction> batch;
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
         batch.swap(mIncoming);
         mInBatch = true;
-        // Callbacks run into libgui, which takes its own locks: never under ours.
-        lock.unlock();
-        for (const auto& transaction : batch) composite(transaction);
-        batch.clear();
-        lock.lock();
-        mInBatch = false;
-        ++mBatches;
-        mBatchDone.notify_all();
     }
+    // Callbacks run into libgui, which takes its own locks: never under ours.
+    for (const auto& transaction : batch) composite(transaction);
+    batch.clear();
+    std::lock_guard<std::mutex> lock(mMutex);
+    mInBatch = false;
+    ++mBatches;
+    mBatchDone.notify_all();
+}
+
+std::vector<int64_t> Compositor::withheldCallbacks(int32_t layerId) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    std::vector<int64_t> ids = mLostCallbacks[layerId];
+    for (const auto& transaction : mHeld) {
+        if (!touchesLayer(transaction, layerId)) continue;
+        for (const CallbackId& id : transaction.hostCallbackIds()) ids.push_back(id.id);
+    }
+    std::sort(ids.begin(), ids.end());
+    return ids;
 }
 
 void Compositor::composite(const SurfaceComposerClient::Transaction& transaction) {
@@ -224,6 +245,7 @@ void Compositor::composite(const SurfaceComposerClient::Transaction& transaction
             if (mLostCompletions.erase({layerId, *layer.frameNumber}) != 0) {
                 lost = true;
                 ++mLostCount;
+                for (const CallbackId& id : completeIds) mLostCallbacks[layerId].push_back(id.id);
             }
         }
         android::FrameEventHistoryStats eventStats(*layer.frameNumber, 0, android::Fence::NO_FENCE,

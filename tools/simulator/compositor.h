@@ -17,6 +17,7 @@
 #pragma once
 
 #include <gui/SurfaceComposerClient.h>
+#include <utils/Timers.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -35,15 +36,19 @@ namespace talvex::simulator {
 // releases the buffer each newly latched one replaces. Scenarios make it misbehave per layer.
 class Compositor {
 public:
-    explicit Compositor(std::chrono::nanoseconds vsyncPeriod);
+    explicit Compositor(nsecs_t vsyncPeriod);
     ~Compositor();
     Compositor(const Compositor&) = delete;
     Compositor& operator=(const Compositor&) = delete;
 
-    // Starts receiving transactions and the vsync thread.
-    void start();
+    // Starts receiving transactions; in real time also a vsync thread, else the simulator calls
+    // vsync() at each vsync.
+    void start(bool realTime);
     // Stops the vsync thread (joined) and stops receiving transactions.
     void stop();
+    // One vsync: commits and completes what was applied since the last, and releases what the
+    // newly latched buffers replace.
+    void vsync();
 
     // From now on no buffer of `layerId` is latched (as when its acquire fence never signals):
     // its transactions wait, uncompleted, and the buffer on screen is never released. Returns
@@ -58,13 +63,16 @@ public:
     void forgetLayer(int32_t layerId);
     // Returns how many completions were lost so far.
     int lostCompletions();
+    // The callback ids of `layerId`'s transactions the compositor holds or whose completion it
+    // lost: the ones that never come back.
+    std::vector<int64_t> withheldCallbacks(int32_t layerId);
 
 private:
     void receive(const android::SurfaceComposerClient::Transaction& transaction);
     void threadMain();
     void composite(const android::SurfaceComposerClient::Transaction& transaction);
 
-    const std::chrono::nanoseconds mVsyncPeriod;
+    const nsecs_t mVsyncPeriod;
     std::mutex mMutex;
     std::condition_variable mWake;
     std::condition_variable mBatchDone;
@@ -79,6 +87,7 @@ private:
     std::vector<android::SurfaceComposerClient::Transaction> mGoneTransactions;  // by mMutex
     std::set<std::pair<int32_t, uint64_t>> mLostCompletions;  // guarded by mMutex
     int mLostCount = 0;                                       // guarded by mMutex
+    std::map<int32_t, std::vector<int64_t>> mLostCallbacks;   // guarded by mMutex
     std::map<int32_t, std::pair<uint64_t, android::ReleaseCallbackId>> mLatched;  // by mMutex
     std::thread mThread;
 };

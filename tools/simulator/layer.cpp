@@ -16,9 +16,13 @@
 
 #include "layer.h"
 
-#include <android/log.h>
-#include <unistd.h>
 #include <utils/String8.h>
+
+#include <algorithm>
+#include <chrono>
+#include <utility>
+
+#include "sim_clock.h"
 
 namespace talvex::simulator {
 
@@ -43,35 +47,26 @@ Layer::~Layer() {
     stop();
 }
 
-void Layer::start() {
-    mProducer = std::thread(&Layer::producerMain, this);
-}
-
 void Layer::stop() {
     {
         std::lock_guard<std::mutex> lock(mMutex);
         if (mStopping) return;
         mStopping = true;
     }
+    *mAlive = false;
     mWake.notify_all();
     // A producer waiting for a slot wakes up when its queue is abandoned, as an app's does.
     mQueue->hostBufferItemConsumer()->abandon();
     if (mProducer.joinable()) mProducer.join();
-}
-
-bool Layer::waitUntil(std::chrono::steady_clock::time_point when) {
-    std::unique_lock<std::mutex> lock(mMutex);
-    return !mWake.wait_until(lock, when, [this] { return mStopping; });
-}
-
-std::chrono::nanoseconds Layer::waitingFor() const {
-    const int64_t since = mWaitingSince.load();
-    if (since == 0) return std::chrono::nanoseconds(0);
-    return std::chrono::steady_clock::now().time_since_epoch() - std::chrono::nanoseconds(since);
+    if (mAppThread != nullptr) {
+        mAppThread->nudge();
+        mAppThread.reset();
+    }
+    mThen = nullptr;
+    mWaitingSince = 0;
 }
 
 void Layer::syncNextFrame() {
-    // The sync's owner (a window manager, for a resize) applies what the queue hands over.
     mQueue->syncNextTransaction([](SurfaceComposerClient::Transaction* t) {
         if (t == nullptr) return;
         t->apply();
@@ -79,31 +74,116 @@ void Layer::syncNextFrame() {
     });
 }
 
-int Layer::dequeueSlot() {
-    int slot = -1;
-    mWaitingSince = std::chrono::steady_clock::now().time_since_epoch().count();
-    const android::status_t result = mApp.dequeueBuffer(&slot);
+void Layer::holdTransactionUntil(uint64_t frameNumber) {
+    SurfaceComposerClient::Transaction t;
+    mQueue->mergeWithNextTransaction(&t, frameNumber);
+}
+
+// ---- Simulated time ----
+
+void Layer::startSimulated(EventLoop& loop) {
+    mLoop = &loop;
+    later(SimClock::now(), [this] { beginFrame(); });
+}
+
+void Layer::later(nsecs_t time, std::function<void()> action) {
+    std::weak_ptr<bool> alive = mAlive;
+    mLoop->at(time, [alive, action = std::move(action)] {
+        if (auto ok = alive.lock(); ok && *ok) action();
+    });
+}
+
+void Layer::onApp(std::function<void()> call, std::function<void()> then) {
+    if (mAppThread == nullptr) mAppThread = std::make_unique<AppThread>(mQueue);
+    mAppThread->run(std::move(call));
+    if (!mAppThread->waiting()) {
+        then();
+        return;
+    }
+    mThen = std::move(then);
+}
+
+void Layer::settle() {
+    if (mAppThread == nullptr || !mAppThread->waiting()) return;
+    mAppThread->nudge();
+    if (mAppThread->waiting()) return;
+    std::function<void()> then = std::move(mThen);
+    mThen = nullptr;
+    if (then) then();
+}
+
+void Layer::beginFrame() {
+    mFrameStart = SimClock::now();
+    if (!mQueue->hostCore()->hostDequeueWouldWait()) {
+        int slot = -1;
+        const android::status_t status = mApp.dequeueBuffer(&slot);
+        dequeued(status, slot);
+        return;
+    }
+    // No slot: the app waits in libgui, where the patch looks again at its stall bound.
+    const nsecs_t since = SimClock::now();
+    mWaitingSince = since;
+    later(since + kStallBound, [] {});
+    onApp([this] { mCallStatus = mApp.dequeueBuffer(&mCallSlot); },
+          [this] { dequeued(mCallStatus, mCallSlot); });
+}
+
+void Layer::dequeued(android::status_t status, int slot) {
     mWaitingSince = 0;
-    return result == android::NO_ERROR ? slot : -1;
+    if (status != android::NO_ERROR) return;  // the queue is abandoned: the layer goes
+    // Rendering takes part of the frame period, varying with the seed.
+    std::uniform_real_distribution<double> renderShare(0.3, 0.9);
+    const nsecs_t render =
+        static_cast<nsecs_t>(static_cast<double>(mConfig.framePeriod) * renderShare(mRandom));
+    later(SimClock::now() + render, [this, slot] { queueFrame(slot); });
+}
+
+void Layer::queueFrame(int slot) {
+    const int64_t timestamp = SimClock::now();
+    if (!mQueue->hostQueueMayWait()) {
+        queued(mApp.queueBuffer(slot, timestamp));
+        return;
+    }
+    // A sync is set or pending: queueing may wait in libgui for the sync's buffer.
+    onApp([this, slot, timestamp] { mCallStatus = mApp.queueBuffer(slot, timestamp); },
+          [this] { queued(mCallStatus); });
+}
+
+void Layer::queued(android::status_t status) {
+    if (status == android::NO_ERROR) ++mFramesQueued;
+    // A late frame does not make the next one early.
+    later(std::max(mFrameStart + mConfig.framePeriod, SimClock::now()), [this] { beginFrame(); });
+}
+
+// ---- Real time ----
+
+void Layer::start() {
+    mProducer = std::thread(&Layer::producerMain, this);
+}
+
+bool Layer::waitUntil(nsecs_t when) {
+    std::unique_lock<std::mutex> lock(mMutex);
+    const auto until = std::chrono::steady_clock::now() +
+                       std::chrono::nanoseconds(std::max<nsecs_t>(0, when - SimClock::now()));
+    return !mWake.wait_until(lock, until, [this] { return mStopping; });
 }
 
 void Layer::producerMain() {
     std::uniform_real_distribution<double> renderShare(0.3, 0.9);
-    auto frameStart = std::chrono::steady_clock::now();
+    nsecs_t frameStart = SimClock::now();
     for (;;) {
-        const int slot = dequeueSlot();
-        if (slot < 0) return;
-        // Rendering takes part of the frame period, varying with the seed.
-        const auto render = std::chrono::duration_cast<std::chrono::nanoseconds>(
-            mConfig.framePeriod * renderShare(mRandom));
-        if (!waitUntil(std::chrono::steady_clock::now() + render)) return;
+        int slot = -1;
+        mWaitingSince = SimClock::now();
+        const android::status_t status = mApp.dequeueBuffer(&slot);
+        mWaitingSince = 0;
+        if (status != android::NO_ERROR) return;
+        const nsecs_t render =
+            static_cast<nsecs_t>(static_cast<double>(mConfig.framePeriod) * renderShare(mRandom));
+        if (!waitUntil(SimClock::now() + render)) return;
         // libgui's queueBuffer tells the consumer on the producer's thread.
-        if (mApp.queueBuffer(slot, systemTime(SYSTEM_TIME_MONOTONIC)) == android::NO_ERROR) {
-            ++mFramesQueued;
-        }
+        if (mApp.queueBuffer(slot, SimClock::now()) == android::NO_ERROR) ++mFramesQueued;
         frameStart += mConfig.framePeriod;
-        const auto now = std::chrono::steady_clock::now();
-        if (frameStart < now) frameStart = now;  // a late frame does not make the next early
+        frameStart = std::max(frameStart, SimClock::now());  // a late frame does not hurry the next
         if (!waitUntil(frameStart)) return;
     }
 }

@@ -19,16 +19,21 @@
 #include <android-base/logging.h>
 #include <android/log.h>
 #include <sys/syscall.h>
-#include <sys/time.h>
 #include <unistd.h>
+#include <utils/Timers.h>
 
 #include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <ctime>
+#include <map>
+#include <mutex>
 
 namespace talvex::simulator {
 namespace {
+
+// The date the logs' times count from: 2026-11-24 00:00 UTC.
+constexpr time_t kDayStart = 1795478400;
 
 FILE* gOut = stdout;
 std::atomic<FILE*> gCopy{nullptr};
@@ -52,19 +57,48 @@ void writeOne(const char* head, const char* text, size_t length) {
     }
 }
 
+// Thread ids as logged: the first thread to log gets the process id, the next ones follow.
+long stableTid() {
+    static std::mutex mutex;
+    static std::map<long, long> ids;
+    const long tid = static_cast<long>(syscall(SYS_gettid));
+    std::lock_guard<std::mutex> lock(mutex);
+    auto [it, added] = ids.emplace(tid, static_cast<long>(getpid()) + static_cast<long>(ids.size()));
+    return it->second;
+}
+
+std::mutex gDumpsMutex;
+std::vector<std::string> gCoreDumps;  // guarded by gDumpsMutex
+
+// Notes a core dump's last line ("[<name>](id:...) dumpBbqStateDirectly end---").
+void noteCoreDump(const char* text) {
+    static constexpr char kEnd[] = " dumpBbqStateDirectly end---";
+    const size_t length = strlen(text);
+    if (length < sizeof(kEnd) - 1 || strcmp(text + length - (sizeof(kEnd) - 1), kEnd) != 0) return;
+    if (text[0] != '[') return;
+    const char* close = strstr(text, "](id:");
+    if (close == nullptr) return;
+    std::lock_guard<std::mutex> lock(gDumpsMutex);
+    gCoreDumps.emplace_back(text + 1, close);
+}
+
 void writeLine(const struct __android_logger_data* data, const char* message) {
-    timeval now;
-    gettimeofday(&now, nullptr);
-    tm local;
-    localtime_r(&now.tv_sec, &local);
+    // A fixed date plus the monotonic time: the same in every run of a simulated story.
+    const nsecs_t now = systemTime(SYSTEM_TIME_MONOTONIC);
+    const time_t seconds = static_cast<time_t>(kDayStart + now / 1000000000LL);
+    tm date;
+    gmtime_r(&seconds, &date);
     char stamp[32];
-    strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &local);
+    strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &date);
     char head[256];
     snprintf(head, sizeof(head), "%s.%03ld %5d %5ld %c %s: ", stamp,
-             static_cast<long>(now.tv_usec / 1000), getpid(),
-             static_cast<long>(syscall(SYS_gettid)), priorityLetter(data->priority),
+             static_cast<long>((now / 1000000) % 1000), getpid(), stableTid(),
+             priorityLetter(data->priority),
              !gReadTags ? program_invocation_short_name : (data->tag ? data->tag : ""));
     const char* text = message ? message : "";
+    if (data->tag != nullptr && strcmp(data->tag, "TalvexBufferQueueHelper") == 0) {
+        noteCoreDump(text);
+    }
     // A message's final newline ends its last line; it starts no empty one.
     do {
         const char* newline = strchr(text, '\n');
@@ -83,6 +117,11 @@ void logToLogcatFormat(FILE* out, FILE* copy) {
     android::base::SetMinimumLogSeverity(android::base::VERBOSE);
     __android_log_set_logger(&writeLine);
     __android_log_set_minimum_priority(ANDROID_LOG_VERBOSE);
+}
+
+std::vector<std::string> coreDumpsLogged() {
+    std::lock_guard<std::mutex> lock(gDumpsMutex);
+    return gCoreDumps;
 }
 
 void stopReadingTags() {

@@ -17,13 +17,22 @@
 #pragma once
 
 #include <cstdio>
+#include <string>
+#include <vector>
 
 namespace talvex::simulator {
 
 // Routes every liblog and libbase line of the process to `out` in logcat's threadtime format
 // ("MM-DD HH:MM:SS.mmm  PID  TID P TAG: text"), the form the dump tools read. DEBUG included.
 // Each line also goes to `copy` when it is not null. Call it while no other thread logs.
+// Times come from the simulator's clock (a fixed date plus the monotonic time, in simulated
+// time); thread ids are numbered from the process id in the order threads first log, so that
+// a story in simulated time writes the same log on every run.
 void logToLogcatFormat(FILE* out, FILE* copy = nullptr);
+
+// The core dumps logged so far, as the names their lines give (in order), for the simulator to
+// see a dump that libgui's patch asked for. Safe from any thread.
+std::vector<std::string> coreDumpsLogged();
 
 // Lines logged after this (during unload) print the program name as their tag: liblog's default
 // tag, which they carry, may already be destroyed by then.

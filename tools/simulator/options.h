@@ -29,7 +29,12 @@ struct Options {
     double seconds = 3.0;
     uint64_t seed = 1;
     std::string buildType = "userdebug";
-    std::string outPath;  // empty: stdout only
+    std::string outPath;    // empty: stdout only
+    std::string truthPath;  // empty: no truth written
+    bool realtime = false;
+    int campaign = 0;
+    int jobs = 2;
+    double stuckMs = 100;
 };
 
 enum class ParseResult { kRun, kHelp, kError };

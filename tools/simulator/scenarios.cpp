@@ -16,25 +16,22 @@
 
 #include "scenarios.h"
 
-#include <chrono>
-#include <thread>
+#include <algorithm>
 
-#include "libgui_glue.h"
+#include "dumper_wait.h"
+#include "sim_clock.h"
 #include "world.h"
 
 namespace talvex::simulator {
 namespace {
-
-using std::chrono::milliseconds;
 
 void startLayers(World& world) {
     for (int i = 0; i < world.options().layers; ++i) world.addLayer();
 }
 
 // Time to let frames flow before something happens: a share of the run.
-std::chrono::nanoseconds share(World& world, double fraction) {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-        std::chrono::duration<double>(world.options().seconds * fraction));
+nsecs_t share(World& world, double fraction) {
+    return static_cast<nsecs_t>(world.options().seconds * fraction * 1e9);
 }
 
 Layer& pickLayer(World& world) {
@@ -56,16 +53,15 @@ void playReleaseStall(World& world) {
     Layer& layer = pickLayer(world);
     // Enough frames first that the dump shows frames before the stall too.
     world.waitFor([&] { return layer.framesQueued() >= 12; });
-    const uint64_t firstHeld = world.compositor().stopLatching(layer.layerId());
+    const uint64_t firstHeld = world.stopLatching(layer);
     say("the compositor stops latching layer %d's buffers, as when a GPU fence never signals: "
         "no completion, no release (frame %llu and on)",
         layer.layerId(), static_cast<unsigned long long>(firstHeld));
-    // libgui's patch dumps a producer that waits for a slot longer than its stall bound (1 s).
-    if (!world.waitFor([&] { return layer.waitingFor() > std::chrono::milliseconds(1500); })) {
+    // libgui's patch dumps a producer that waits for a slot longer than its stall bound.
+    if (!world.waitFor([&] { return world.dumpsOf(layer) > 0; })) {
         say("layer %d never ran out of buffers before the run ended", layer.layerId());
         return;
     }
-    waitForDumperThread();
     say("layer %d is stalled: its producer has no free slot; the dump above says why",
         layer.layerId());
 }
@@ -77,13 +73,12 @@ void playCallbackLost(World& world) {
     const uint64_t frame = layer.framesQueued() + 3;
     say("the compositor will never deliver the completion of layer %d's frame %llu",
         layer.layerId(), static_cast<unsigned long long>(frame));
-    world.compositor().loseCompletion(layer.layerId(), frame);
+    world.loseCompletion(layer, frame);
     if (!world.waitFor([&] { return world.compositor().lostCompletions() > 0; })) return;
     world.sleepFor(share(world, 0.2));
     say("first dump of layer %d: the lost completion's callbacks are pending", layer.layerId());
     world.requestDump(layer);
-    // The second dump comes later, even in a run that is out of time.
-    std::this_thread::sleep_for(share(world, 0.3));
+    world.sleepFor(share(world, 0.3));
     say("second dump of layer %d: the same callbacks, older", layer.layerId());
     world.requestDump(layer);
 }
@@ -94,7 +89,7 @@ void playSync(World& world) {
     for (int i = 0; i < 3; ++i) {
         if (!world.sleepFor(share(world, 0.15))) return;
         say("a sync of layer %d's next frame is asked for", layer.layerId());
-        layer.syncNextFrame();
+        world.syncNextFrame(layer);
     }
     world.sleepFor(world.framePeriod() * 2);
     world.requestDump(layer);
@@ -105,7 +100,7 @@ void playOversize(World& world) {
     world.sleepFor(share(world, 0.2));
     Layer& layer = pickLayer(world);
     say("layer %d asks for 4096x2160 buffers on a device that cannot go over 4000", layer.layerId());
-    layer.queue()->update(layer.surface(), 4096, 2160, android::PIXEL_FORMAT_RGBA_8888);
+    world.requestSize(layer, 4096, 2160);
     world.sleepFor(share(world, 0.5));
     world.requestDump(layer);
 }
@@ -128,11 +123,11 @@ const Scenario kScenarios[] = {
     {"healthy", "frames flow on every layer; one layer's state is dumped on request", {}, playHealthy},
     {"release-stall",
      "the compositor stops latching one layer's buffers (a fence that never signals): no "
-     "completion, no release; its producer runs out of slots and its dequeue times out",
+     "completion, no release; its producer runs out of slots and libgui's patch dumps its queue",
      {},
      playReleaseStall},
     {"callback-lost",
-     "the compositor drops one frame's completion; the callback waits in the listener, older at "
+     "the compositor drops one frame's completion; its callbacks wait in the listener, older at "
      "each dump",
      {},
      playCallbackLost},
@@ -154,6 +149,63 @@ const Scenario* findScenario(const std::string& name) {
         if (name == scenario.name) return &scenario;
     }
     return nullptr;
+}
+
+// A random story: several layers at mixed rates, and at random times any of the faults and
+// events at once, as the seed picks them.
+void playRandomStory(World& world) {
+    std::mt19937_64& random = world.random();
+    const auto pick = [&random](int from, int to) {  // inclusive
+        return from + static_cast<int>(random() % static_cast<uint64_t>(to - from + 1));
+    };
+    static constexpr int kRates[] = {30, 60, 90, 120};
+    const int layers = pick(1, 4);
+    for (int i = 0; i < layers; ++i) world.addLayer(kRates[pick(0, 3)]);
+    const int steps = pick(2, 8);
+    const nsecs_t step = static_cast<nsecs_t>(world.options().seconds * 1e9) / (steps + 1);
+    for (int i = 0; i < steps; ++i) {
+        if (!world.sleepFor(step / 2 + static_cast<nsecs_t>(random() % static_cast<uint64_t>(step))))
+            break;
+        auto& all = world.layers();
+        if (all.empty()) {
+            world.addLayer(kRates[pick(0, 3)]);
+            continue;
+        }
+        Layer& layer = *all[random() % all.size()];
+        switch (pick(0, 8)) {
+            case 0:
+                world.stopLatching(layer);
+                break;
+            case 1:
+                world.loseCompletion(layer,
+                                     layer.framesQueued() + static_cast<uint64_t>(pick(1, 4)));
+                break;
+            case 2:
+                world.requestDump(layer);
+                break;
+            case 3:
+                world.syncNextFrame(layer);
+                break;
+            case 4:
+                world.holdTransaction(layer,
+                                      layer.framesQueued() + static_cast<uint64_t>(pick(1, 6)));
+                break;
+            case 5:
+                world.requestSize(layer, pick(0, 1) ? 4096 : 1080, pick(0, 1) ? 4200 : 2400);
+                break;
+            case 6:
+                if (all.size() > 1) world.removeLayer(random() % all.size());
+                break;
+            case 7:
+                world.addLayer(kRates[pick(0, 3)]);
+                break;
+            default:
+                break;
+        }
+    }
+    // Every layer is dumped once at the end, as a bug report would.
+    world.sleepFor(step);
+    for (auto& layer : world.layers()) world.requestDump(*layer);
 }
 
 }  // namespace talvex::simulator

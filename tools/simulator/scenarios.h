@@ -38,4 +38,7 @@ struct Scenario {
 // Returns the scenario called `name`, or null.
 const Scenario* findScenario(const std::string& name);
 
+// Plays a random story on `world`, from its seed (a campaign's stories).
+void playRandomStory(World& world);
+
 }  // namespace talvex::simulator

@@ -27,10 +27,12 @@
 #include <string>
 
 #include "compositor_service.h"
-#include "libgui_glue.h"
+#include "dumper_wait.h"
 #include "logcat_sink.h"
 #include "options.h"
 #include "scenarios.h"
+#include "sim_clock.h"
+#include "truth.h"
 #include "world.h"
 
 namespace talvex::simulator {
@@ -46,6 +48,11 @@ void runHookPath() {
     getFrameRecordIns();
     getBufferQueueHelper();
 }
+
+// The process id a story in simulated time runs as, and when its clock starts (a phone up for a
+// quarter of an hour): both fixed, so that every run of a seed writes the same log.
+constexpr pid_t kSimulatedPid = 4242;
+constexpr nsecs_t kSimulatedStart = 900LL * 1000000000LL;
 
 int play(const Options& options, const Scenario& scenario) {
     // Fixed before the library reads them, as on a device.
@@ -63,12 +70,25 @@ int play(const Options& options, const Scenario& scenario) {
         say("recording is off on a %s build: the frame record keeps nothing",
             options.buildType.c_str());
     }
+    Truth truth;
     {
         World world(options, *names);
         scenario.play(world);
         waitForDumperThread();
+        truth = world.truth();
     }
     say("scenario %s over", scenario.name);
+    if (!options.truthPath.empty()) {
+        FILE* file = fopen(options.truthPath.c_str(), "w");
+        if (file == nullptr) {
+            fprintf(stderr, "talvex_simulator: cannot write '%s': %s\n", options.truthPath.c_str(),
+                    strerror(errno));
+            return 2;
+        }
+        const std::string text = truth.json();
+        fwrite(text.data(), 1, text.size(), file);
+        fclose(file);
+    }
     return 0;
 }
 
@@ -96,6 +116,8 @@ int runSimulator(int argc, const char* const* argv, FILE* out) {
             return 2;
         }
     }
+    // In simulated time the clock and the process id are the simulator's from the first line on.
+    if (!options.realtime) SimClock::useSimulatedTime(kSimulatedStart, kSimulatedPid);
     logToLogcatFormat(out, file);
     const int status = play(options, *findScenario(options.scenario));
     // Lines of the unload that follows no longer go to the file.

@@ -16,12 +16,18 @@
 
 #include "world.h"
 
+#include <android-base/properties.h>
 #include <android/log.h>
+#include <gui/BufferQueueCore.h>
 
+#include <algorithm>
+#include <chrono>
 #include <cstdarg>
 #include <thread>
 
-#include "libgui_glue.h"
+#include "dumper_wait.h"
+#include "logcat_sink.h"
+#include "sim_clock.h"
 
 namespace talvex::simulator {
 namespace {
@@ -38,6 +44,12 @@ constexpr AppLayer kApps[] = {
     {"com.example.maps/com.example.maps.MapActivity", "VRI[MapActivity]"},
 };
 
+// Real time: sleeps until the simulator's clock (the machine's then) reaches `time`.
+void sleepUntil(nsecs_t time) {
+    const nsecs_t left = time - SimClock::now();
+    if (left > 0) std::this_thread::sleep_for(std::chrono::nanoseconds(left));
+}
+
 }  // namespace
 
 void say(const char* format, ...) {
@@ -49,37 +61,65 @@ void say(const char* format, ...) {
 
 World::World(const Options& options, LayerNames& names)
     : mOptions(options),
-      mFramePeriod(std::chrono::nanoseconds(1000000000LL / options.fps)),
+      mFramePeriod(1000000000LL / options.fps),
+      mSimulated(!options.realtime),
       mRandom(options.seed),
-      mEnd(std::chrono::steady_clock::now() +
-           std::chrono::duration_cast<std::chrono::steady_clock::duration>(
-               std::chrono::duration<double>(options.seconds))),
       mClient(new android::SurfaceComposerClient()),
       mCompositor(mFramePeriod),
       mNames(names) {
-    mCompositor.start();
+    mEnd = SimClock::now() + static_cast<nsecs_t>(options.seconds * 1e9);
+    mTruth.seed = options.seed;
+    mTruth.story = options.scenario;
+    mTruth.stuckMs = options.stuckMs;
+    mCompositor.start(!mSimulated);
+    if (mSimulated) scheduleVsync(SimClock::now() + mFramePeriod);
 }
 
 World::~World() {
-    for (auto& layer : mLayers) layer->stop();
+    for (auto& layer : mLayers) {
+        if (mSimulated) {
+            layer->quiesce();
+        } else {
+            layer->stop();
+        }
+    }
     mCompositor.stop();
     while (!mLayers.empty()) removeLayer(mLayers.size() - 1, false);
 }
 
-Layer& World::addLayer() {
+void World::scheduleVsync(nsecs_t at) {
+    mLoop.at(at, [this, at] {
+        mCompositor.vsync();
+        scheduleVsync(at + mFramePeriod);
+    });
+}
+
+Layer& World::addLayer(int fps) {
     const AppLayer& app = kApps[mLayersMade % (sizeof(kApps) / sizeof(kApps[0]))];
     LayerConfig config;
     config.surfaceName = std::string(app.surfaceName) + "#" + std::to_string(mLayersMade);
     config.queueName = app.queueName;
-    config.framePeriod = mFramePeriod;
+    config.framePeriod = 1000000000LL / (fps > 0 ? fps : mOptions.fps);
     config.seed = mOptions.seed * 1000003 + static_cast<uint64_t>(mLayersMade);
     ++mLayersMade;
     mLayers.push_back(std::make_unique<Layer>(mClient, config));
     Layer& layer = *mLayers.back();
     mNames.add(layer.surface()->getLayerStateHandle(), layer.surface()->getName());
+    Truth::Layer truth;
+    truth.layerId = layer.layerId();
+    truth.surface = layer.surface()->getName();
+    truth.queue = layer.queue()->hostName();
+    truth.core = layer.queue()->hostCore()->hostSnapshot().consumerName;
+    truth.createdNs = SimClock::now();
+    mTruth.layers.push_back(truth);
     say("layer %d (%s) draws through %s at %d fps", layer.layerId(),
-        layer.surface()->getName().c_str(), layer.queue()->hostName().c_str(), mOptions.fps);
-    layer.start();
+        layer.surface()->getName().c_str(), layer.queue()->hostName().c_str(),
+        static_cast<int>(1000000000LL / config.framePeriod));
+    if (mSimulated) {
+        layer.startSimulated(mLoop);
+    } else {
+        layer.start();
+    }
     return layer;
 }
 
@@ -87,49 +127,189 @@ void World::removeLayer(size_t index, bool announce) {
     std::unique_ptr<Layer> layer = std::move(mLayers[index]);
     mLayers.erase(mLayers.begin() + static_cast<std::ptrdiff_t>(index));
     const int32_t id = layer->layerId();
-    layer->stop();
-    mCompositor.forgetLayer(id);
-    // libgui's own wait for a queued dump is bounded; the layer must outlive any such dump.
+    if (mSimulated) {
+        // No new frame; the compositor gives back what it holds, which lets a call waiting
+        // inside libgui (a sync) go on; then the app stops.
+        layer->quiesce();
+        mCompositor.forgetLayer(id);
+        layer->settle();
+        layer->stop();
+    } else {
+        layer->stop();
+        mCompositor.forgetLayer(id);
+    }
+    // libgui's own wait for a queued dump is its destructor's; a dump queued before must not
+    // read the layer's surface after the names go.
     waitForDumperThread();
     mNames.remove(layer->surface()->getLayerStateHandle());
-    // Another queue's dump may have read this layer's surface through the listener, holding a
-    // strong reference, under that queue's lock. The reference count orders that read before
-    // the surface goes, but libutils is not instrumented, so the race detector cannot see it:
-    // passing through each queue's lock shows it the same order.
-    for (const auto& other : mLayers) {
-        std::lock_guard<std::mutex> passThrough(other->queue()->hostMutex());
+    if (!mSimulated) {
+        // Another queue's dump may have read this layer's surface through the listener, holding
+        // a strong reference, under that queue's lock. The reference count orders that read
+        // before the surface goes, but libutils is not instrumented, so the race detector
+        // cannot see it: passing through each queue's lock shows it the same order.
+        for (const auto& other : mLayers) {
+            std::lock_guard<std::mutex> passThrough(other->queue()->hostMutex());
+        }
     }
     layer.reset();
+    if (Truth::Layer* truth = truthOf(id)) truth->destroyedNs = SimClock::now();
+    mGoneLayers.push_back(id);
     if (announce) say("layer %d destroyed", id);
 }
 
-constexpr std::chrono::seconds World::kStepGrace;
-
-bool World::waitFor(const std::function<bool()>& pred) {
-    const auto deadline = mEnd + kStepGrace;
-    while (!pred()) {
-        if (std::chrono::steady_clock::now() >= deadline) return pred();
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+Truth::Layer* World::truthOf(int32_t layerId) {
+    for (Truth::Layer& layer : mTruth.layers) {
+        if (layer.layerId == layerId) return &layer;
     }
-    return true;
+    return nullptr;
 }
 
-bool World::sleepFor(std::chrono::nanoseconds delay) {
-    const auto until = std::chrono::steady_clock::now() + delay;
-    if (until > mEnd) {
-        std::this_thread::sleep_until(mEnd);
-        return false;
+void World::afterEvent() {
+    for (auto& layer : mLayers) layer->settle();
+    catchDumps("stall");
+}
+
+bool World::waitFor(const std::function<bool()>& pred) {
+    const nsecs_t deadline = mEnd + kStepGrace;
+    while (!pred()) {
+        if (mSimulated) {
+            const nsecs_t next = mLoop.next();
+            if (next < 0 || next > deadline) {
+                SimClock::advanceTo(deadline);
+                return pred();
+            }
+            mLoop.runNext();
+            afterEvent();
+        } else {
+            if (SimClock::now() >= deadline) break;
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            catchDumps("stall");
+        }
     }
-    std::this_thread::sleep_until(until);
-    return true;
+    return pred();
+}
+
+bool World::sleepFor(nsecs_t delay) {
+    const nsecs_t target = std::min(SimClock::now() + delay, mEnd);
+    if (mSimulated) {
+        while (mLoop.next() >= 0 && mLoop.next() <= target) {
+            mLoop.runNext();
+            afterEvent();
+        }
+        SimClock::advanceTo(target);
+    } else {
+        while (SimClock::now() < target) {
+            sleepUntil(std::min(target, SimClock::now() + 20000000));
+            catchDumps("stall");
+        }
+    }
+    return target < mEnd;
+}
+
+uint64_t World::stopLatching(Layer& layer) {
+    const uint64_t first = mCompositor.stopLatching(layer.layerId());
+    Truth::Fault fault;
+    fault.kind = "stop-latching";
+    fault.layerId = layer.layerId();
+    fault.atNs = SimClock::now();
+    fault.frame = first;
+    mTruth.faults.push_back(fault);
+    return first;
+}
+
+void World::loseCompletion(Layer& layer, uint64_t frameNumber) {
+    mCompositor.loseCompletion(layer.layerId(), frameNumber);
+    Truth::Fault fault;
+    fault.kind = "lose-completion";
+    fault.layerId = layer.layerId();
+    fault.atNs = SimClock::now();
+    fault.frame = frameNumber;
+    mTruth.faults.push_back(fault);
+}
+
+void World::requestSize(Layer& layer, uint32_t width, uint32_t height) {
+    Truth::Fault fault;
+    fault.kind = "oversize";
+    fault.layerId = layer.layerId();
+    fault.atNs = SimClock::now();
+    fault.requested[0] = static_cast<int32_t>(width);
+    fault.requested[1] = static_cast<int32_t>(height);
+    // libgui's patch caps each side at 4000 when the property asks and one side is over.
+    const bool cap = android::base::GetProperty("debug.graphics.unsupport4K", "0") == "1" &&
+                     (width > 4000 || height > 4000);
+    fault.capped[0] = cap ? std::min<int32_t>(fault.requested[0], 4000) : fault.requested[0];
+    fault.capped[1] = cap ? std::min<int32_t>(fault.requested[1], 4000) : fault.requested[1];
+    mTruth.faults.push_back(fault);
+    layer.queue()->update(layer.surface(), width, height, android::PIXEL_FORMAT_RGBA_8888);
+}
+
+void World::syncNextFrame(Layer& layer) {
+    Truth::Fault fault;
+    fault.kind = "sync";
+    fault.layerId = layer.layerId();
+    fault.atNs = SimClock::now();
+    fault.frame = layer.queue()->hostCore()->hostSnapshot().frameCounter + 1;
+    mTruth.faults.push_back(fault);
+    layer.syncNextFrame();
+}
+
+void World::holdTransaction(Layer& layer, uint64_t frameNumber) {
+    Truth::Fault fault;
+    fault.kind = "hold-transaction";
+    fault.layerId = layer.layerId();
+    fault.atNs = SimClock::now();
+    fault.frame = frameNumber;
+    mTruth.faults.push_back(fault);
+    layer.holdTransactionUntil(frameNumber);
 }
 
 void World::requestDump(Layer& layer) {
-    // Whoever dumps the queue's consumer (ConsumerBase::dumpState) reaches libgui's patch, which
-    // arms and dumps the queue; its BLAST part runs on the dumper thread.
     android::String8 ignored;
     layer.queue()->hostBufferItemConsumer()->dumpState(ignored);
+    catchDumps("request");
+}
+
+int World::dumpsOf(const Layer& layer) const {
+    return static_cast<int>(
+        std::count_if(mTruth.dumps.begin(), mTruth.dumps.end(),
+                      [&layer](const Truth::Dump& d) { return d.layerId == layer.layerId(); }));
+}
+
+void World::catchDumps(const char* reason) {
+    const std::vector<std::string> dumps = coreDumpsLogged();
+    if (dumps.size() == mDumpsSeen) return;
+    // Their BLAST parts run on the dumper thread: the truth is what they show.
     waitForDumperThread();
+    for (size_t i = mDumpsSeen; i < dumps.size(); ++i) {
+        Truth::Dump dump;
+        dump.atNs = SimClock::now();
+        dump.core = dumps[i];
+        dump.reason = reason;
+        for (const Truth::Layer& l : mTruth.layers) {
+            if (l.core == dumps[i] && l.destroyedNs == 0) dump.layerId = l.layerId;
+        }
+        for (const auto& layer : mLayers) {
+            if (layer->layerId() == dump.layerId) dump.starved = layer->waitingSince() != 0;
+            Truth::DumpedLayer dumped;
+            dumped.layerId = layer->layerId();
+            const auto queue = layer->queue()->hostSnapshot();
+            dumped.unreturnedFrames = queue.submittedFrames;
+            for (const auto& item : layer->queue()->hostCore()->hostSnapshot().queue) {
+                dumped.unreturnedFrames.push_back(item.mFrameNumber);
+            }
+            std::sort(dumped.unreturnedFrames.begin(), dumped.unreturnedFrames.end());
+            dumped.withheldCallbacks = mCompositor.withheldCallbacks(layer->layerId());
+            dump.layers.push_back(dumped);
+        }
+        for (const int32_t gone : mGoneLayers) {
+            Truth::DumpedLayer dumped;
+            dumped.layerId = gone;
+            dumped.withheldCallbacks = mCompositor.withheldCallbacks(gone);
+            if (!dumped.withheldCallbacks.empty()) dump.layers.push_back(dumped);
+        }
+        mTruth.dumps.push_back(dump);
+    }
+    mDumpsSeen = dumps.size();
 }
 
 }  // namespace talvex::simulator

@@ -18,29 +18,36 @@
 
 #include <gui/SurfaceComposerClient.h>
 #include <utils/StrongPointer.h>
+#include <utils/Timers.h>
 
-#include <chrono>
 #include <functional>
 #include <memory>
-#include <mutex>
 #include <random>
 #include <string>
 #include <vector>
 
 #include "compositor.h"
 #include "compositor_service.h"
+#include "event_loop.h"
 #include "layer.h"
 #include "options.h"
+#include "truth.h"
 
 namespace talvex::simulator {
 
-// Everything one run plays with: the options, the seeded choices, the compositor and the live
-// layers. Scenarios drive it from the simulator's main thread.
+// Everything one run plays with: the options, the seeded choices, the compositor, the live
+// layers and the clock, in simulated time (the default: events on the simulator's own loop, run
+// on this thread) or in real time (--realtime: producer and vsync threads). Scenarios drive it
+// from the simulator's main thread. It keeps the run's truth: the faults injected through it and
+// what each dump libgui wrote must show.
 class World {
 public:
+    // How long a story's step may wait past the run's end (a slow, sanitized real-time run).
+    static constexpr nsecs_t kStepGrace = 5000000000LL;
+
     // Layers are made known to the compositor's `names` while they live.
     World(const Options& options, LayerNames& names);
-    // Stops every producer, then the compositor, then destroys the layers.
+    // Stops every app, then the compositor, then destroys the layers.
     ~World();
     World(const World&) = delete;
     World& operator=(const World&) = delete;
@@ -48,39 +55,64 @@ public:
     const Options& options() const { return mOptions; }
     std::mt19937_64& random() { return mRandom; }
     Compositor& compositor() { return mCompositor; }
-    std::chrono::nanoseconds framePeriod() const { return mFramePeriod; }
+    nsecs_t framePeriod() const { return mFramePeriod; }
+    nsecs_t end() const { return mEnd; }
 
-    // Creates the next app layer (names cycle through a few apps) and starts its producer.
-    Layer& addLayer();
+    // Creates the next app layer (names cycle through a few apps), drawing at `fps` (0: the
+    // run's), and starts its app.
+    Layer& addLayer(int fps = 0);
     // Destroys the layer at `index` as its app would, while the others go on; says so if
     // `announce`.
     void removeLayer(size_t index, bool announce = true);
     std::vector<std::unique_ptr<Layer>>& layers() { return mLayers; }
 
-    // Waits until `pred` holds (looked at every few ms); a story's step may wait past the run's
-    // end, up to `kStepGrace` (a slow, sanitized run). Returns `pred()`.
+    // Lets the world run until `pred` holds; a step may wait past the run's end, up to
+    // kStepGrace. Returns `pred()`.
     bool waitFor(const std::function<bool()>& pred);
-    static constexpr std::chrono::seconds kStepGrace{5};
+    // Lets the world run for `delay`, or until the run's end; returns false if it ended first.
+    bool sleepFor(nsecs_t delay);
 
-    // Waits `delay`, or until the run's end; returns false if the run ended first.
-    bool sleepFor(std::chrono::nanoseconds delay);
-    // The run's end, from --seconds.
-    std::chrono::steady_clock::time_point end() const { return mEnd; }
-
-    // libgui's dump on request (e.g. from dumpsys): arms the layer's BLAST dump and dumps its
-    // core with the core's lock held; returns once the queued BLAST dump has run.
+    // The story's faults, each noted in the truth.
+    // The compositor stops latching `layer`'s buffers; returns the first frame it holds.
+    uint64_t stopLatching(Layer& layer);
+    // The compositor never delivers the completion of `layer`'s frame `frameNumber`.
+    void loseCompletion(Layer& layer, uint64_t frameNumber);
+    // `layer`'s app asks for `width` x `height` buffers.
+    void requestSize(Layer& layer, uint32_t width, uint32_t height);
+    // `layer`'s next frame goes into a sync transaction.
+    void syncNextFrame(Layer& layer);
+    // A transaction waits in `layer`'s queue for its frame `frameNumber`.
+    void holdTransaction(Layer& layer, uint64_t frameNumber);
+    // libgui's dump on request (ConsumerBase::dumpState()): arms the layer's queue and dumps it;
+    // returns once its BLAST part has run.
     void requestDump(Layer& layer);
 
+    // How many dumps of `layer`'s queue libgui wrote so far.
+    int dumpsOf(const Layer& layer) const;
+    Truth& truth() { return mTruth; }
+
 private:
+    void afterEvent();
+    // Notes every core dump logged since the last look in the truth, `reason` for those the
+    // simulator asked for, "stall" for the others (libgui's patch).
+    void catchDumps(const char* reason);
+    void scheduleVsync(nsecs_t at);
+    Truth::Layer* truthOf(int32_t layerId);
+
     const Options mOptions;
-    const std::chrono::nanoseconds mFramePeriod;
+    const nsecs_t mFramePeriod;
+    const bool mSimulated;
     std::mt19937_64 mRandom;
-    const std::chrono::steady_clock::time_point mEnd;
+    nsecs_t mEnd = 0;
+    EventLoop mLoop;
     android::sp<android::SurfaceComposerClient> mClient;
     Compositor mCompositor;
     std::vector<std::unique_ptr<Layer>> mLayers;
+    std::vector<int32_t> mGoneLayers;
     int mLayersMade = 0;
     LayerNames& mNames;
+    Truth mTruth;
+    size_t mDumpsSeen = 0;
 };
 
 // The simulator's own line (tag "TalvexSimulator"), printf-style.

@@ -298,6 +298,7 @@ public:
         int32_t numAcquired = 0;
         uint32_t currentMaxAcquiredBufferCount = 0;
         size_t submittedCount = 0;
+        std::vector<uint64_t> submittedFrames;  // ascending
         size_t pendingReleaseCount = 0;
         size_t pendingTransactionCount = 0;
         size_t surfaceControlsWithPendingCallbackCount = 0;
@@ -314,6 +315,17 @@ public:
         bool updateDestinationFrame = false;
     };
     HostSnapshot hostSnapshot() const EXCLUDES(mMutex);
+
+    // For a driver that must know when a producer waits inside the queue (a sync's waits in
+    // onFrameAvailable()): how many times such a wait began (counted under mMutex, which the
+    // wait releases), whether queueing a frame may wait now (a sync is set or pending), and a
+    // wake-up of every such wait (a spurious one, which the queue tolerates).
+    uint64_t hostWaitsEntered() const EXCLUDES(mMutex);
+    bool hostQueueMayWait() const EXCLUDES(mMutex);
+    void hostWakeWaiters() EXCLUDES(mMutex);
+
+private:
+    uint64_t mHostWaitsEntered GUARDED_BY(mMutex) = 0;
 };
 
 }  // namespace android

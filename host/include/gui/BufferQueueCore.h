@@ -170,8 +170,18 @@ public:
     // Drops the buffer of a dequeued `slot`, as between libgui's dequeue and its allocation.
     void hostDropDequeuedBuffer(int slot);
 
+    // For a driver that must know when a producer waits inside libgui (a simulation in its own
+    // time): how many times a dequeue began to wait for a slot (counted under mMutex, which the
+    // wait releases), whether a dequeue now would wait, and a wake-up of every waiting dequeue
+    // (the condition's spurious wake-up, which libgui tolerates).
+    uint64_t hostWaitsEntered() const;
+    bool hostDequeueWouldWait() const;
+    void hostWakeWaiters();
+
 private:
     bool hostCheckSlotInvariantLocked(std::string* whyNot) const;
+
+    uint64_t mHostWaitsEntered = 0;  // guarded by mMutex
 };
 
 }  // namespace android

@@ -14,24 +14,29 @@
  * limitations under the License.
  */
 
-#include "libgui_glue.h"
+#include "event_loop.h"
 
-#include <libgui_interface/hook/IFrameRecord.h>
+#include <utility>
 
-#include <chrono>
-#include <future>
-#include <memory>
+#include "sim_clock.h"
 
 namespace talvex::simulator {
 
-using android::libgui_interface::hook::getFrameRecordIns;
+void EventLoop::at(nsecs_t time, std::function<void()> action) {
+    mEvents.push(Event{time, mScheduled++, std::move(action)});
+}
 
-void waitForDumperThread() {
-    // libgui's own barrier waits 100 ms at most; a dump under a sanitizer may take longer.
-    auto done = std::make_shared<std::promise<void>>();
-    std::future<void> finished = done->get_future();
-    getFrameRecordIns()->pushTaskAndStart([done] { done->set_value(); });
-    finished.wait_for(std::chrono::seconds(10));
+nsecs_t EventLoop::next() const {
+    return mEvents.empty() ? -1 : mEvents.top().time;
+}
+
+bool EventLoop::runNext() {
+    if (mEvents.empty()) return false;
+    Event event = mEvents.top();
+    mEvents.pop();
+    SimClock::advanceTo(event.time);
+    event.action();
+    return true;
 }
 
 }  // namespace talvex::simulator
