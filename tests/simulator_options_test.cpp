@@ -36,7 +36,8 @@ ParseResult parse(std::vector<const char*> args, Options* options, std::string* 
 }
 
 auto fields(const Options& o) {
-    return std::tie(o.scenario, o.layers, o.fps, o.seconds, o.seed, o.buildType, o.outPath);
+    return std::tie(o.scenario, o.layers, o.fps, o.seconds, o.seed, o.buildType, o.outPath,
+                    o.truthPath, o.realtime, o.campaign, o.jobs, o.stuckMs);
 }
 
 // The arguments as a test name: "--layers", "17" reads "layers_17".
@@ -87,7 +88,30 @@ INSTANTIATE_TEST_SUITE_P(
                      "--seed wants a whole number from 0 to 18446744073709551615, not "
                      "'18446744073709551616'"},
         BadArguments{{"--build-type=eng"}, "--build-type wants userdebug or user, not 'eng'"},
-        BadArguments{{"--out", ""}, "--out wants a file name"}),
+        BadArguments{{"--out", ""}, "--out wants a file name"},
+        BadArguments{{"--campaign=1000001"},
+                     "--campaign wants a number of stories from 1 to 1000000 (0: off), not "
+                     "'1000001'"},
+        BadArguments{{"--campaign=1", "-j", "65"},
+                     "--jobs wants a whole number from 1 to 64, not '65'"},
+        BadArguments{{"--campaign=1", "--stuck-ms=inf"},
+                     "--stuck-ms wants milliseconds from 0 to 9.2e12, not 'inf'"},
+        // A campaign draws its own stories: the options of one story do not go with it...
+        BadArguments{{"--campaign=5", "--scenario=sync"},
+                     "--scenario picks one story; --campaign plays random ones: give one or the "
+                     "other"},
+        BadArguments{{"--truth=t.json", "--campaign=5"},
+                     "--truth is one story's ground truth; --campaign scores its own: give one "
+                     "or the other"},
+        BadArguments{{"--campaign=5", "--realtime"},
+                     "--realtime plays one story on wall-clock threads; --campaign plays in "
+                     "simulated time: give one or the other"},
+        // ...and a campaign's own options mean nothing without one; 0 is none.
+        BadArguments{{"--campaign=0", "-j4"},
+                     "--jobs wants --campaign N: it sets how many of its stories run at once"},
+        BadArguments{{"--stuck-ms=50"},
+                     "--stuck-ms wants --campaign N: it is the threshold the campaign scores "
+                     "against"}),
     [](const testing::TestParamInfo<BadArguments>& info) { return nameOf(info.param.args); });
 
 struct GoodArguments {
@@ -125,7 +149,22 @@ INSTANTIATE_TEST_SUITE_P(
                     // Decimal, leading zero or not: not octal 8.
                     GoodArguments{{"--fps", "010"}, [](Options* o) { o->fps = 10; }},
                     // The last of a repeated option holds, so a script can append to a command line.
-                    GoodArguments{{"--layers=3", "--layers=4"}, [](Options* o) { o->layers = 4; }}),
+                    GoodArguments{{"--layers=3", "--layers=4"}, [](Options* o) { o->layers = 4; }},
+                    GoodArguments{{"--scenario=healthy", "--truth", "truth.json", "--realtime"},
+                                  [](Options* o) {
+                                      o->scenario = "healthy";
+                                      o->truthPath = "truth.json";
+                                      o->realtime = true;
+                                  }},
+                    GoodArguments{{"--campaign", "1000000", "-j64", "--stuck-ms", "0", "--seed=7"},
+                                  [](Options* o) {
+                                      o->campaign = 1000000;
+                                      o->jobs = 64;
+                                      o->stuckMs = 0;
+                                      o->seed = 7;
+                                  }},
+                    GoodArguments{{"--campaign=0", "--scenario=churn"},
+                                  [](Options* o) { o->scenario = "churn"; }}),
     [](const testing::TestParamInfo<GoodArguments>& info) { return nameOf(info.param.args); });
 
 // Every name --scenario takes is a story the simulator can play, and --help lists it.

@@ -147,7 +147,42 @@ void describe(CLI::App& app, Options* o) {
         };
     };
     addValue(app, "--out", "FILE", "also write the log to FILE", "a file name", file(&o->outPath));
+    addValue(app, "--truth", "FILE", "write the story's ground truth (what it did) as JSON to FILE",
+             "a file name", file(&o->truthPath));
+    app.add_flag("--realtime", o->realtime, "play on wall-clock threads instead of simulated time");
+    addValue(app, "--campaign", "N",
+             "N random stories from --seed, each one scored, up to 1000000; 0: off",
+             "a number of stories from 1 to 1000000 (0: off)", whole(&o->campaign, 0, 1000000))
+        ->default_str(show(defaults.campaign));
+    addValue(app, "-j,--jobs", "N", "campaign stories run at once, 1..64",
+             "a whole number from 1 to 64", whole(&o->jobs, 1, 64))
+        ->default_str(show(defaults.jobs));
+    addValue(app, "--stuck-ms", "N",
+             "a campaign scores stuck frames as talvex-explain --stuck-ms N does",
+             "milliseconds from 0 to 9.2e12",
+             [o](const std::string& text) { return parseReal(text, 0, 9.2e12, &o->stuckMs); })
+        ->default_str(show(defaults.stuckMs));
 }
+
+// Options that make sense only with --campaign, or only without it.
+struct Pairing {
+    const char* option;
+    const char* refusal;
+};
+constexpr Pairing kOneStoryOnly[] = {
+    {"--scenario",
+     "--scenario picks one story; --campaign plays random ones: give one or the other"},
+    {"--truth",
+     "--truth is one story's ground truth; --campaign scores its own: give one or the other"},
+    {"--realtime",
+     "--realtime plays one story on wall-clock threads; --campaign plays in simulated time: give "
+     "one or the other"},
+};
+constexpr Pairing kCampaignOnly[] = {
+    {"--jobs", "--jobs wants --campaign N: it sets how many of its stories run at once"},
+    {"--stuck-ms",
+     "--stuck-ms wants --campaign N: it is the threshold the campaign scores against"},
+};
 
 }  // namespace
 
@@ -180,6 +215,18 @@ ParseResult parseOptions(int argc, const char* const* argv, Options* options, st
         *error += " (try --help)";
         return ParseResult::kError;
     }
+    const auto refuse = [&](const auto& pairings) {
+        for (const Pairing& pairing : pairings) {
+            if (app.count(pairing.option) > 0) {
+                *error = pairing.refusal;
+                return true;
+            }
+        }
+        return false;
+    };
+    // --campaign 0 is no campaign: as if it were not given.
+    const bool campaign = options->campaign > 0;
+    if (campaign ? refuse(kOneStoryOnly) : refuse(kCampaignOnly)) return ParseResult::kError;
     return ParseResult::kRun;
 }
 
