@@ -28,7 +28,9 @@ namespace {
 
 constexpr char kDescription[] =
     "Plays libgui around libgui_talvex_utils.so: layers render frames through BLAST buffer\n"
-    "queues to a stand-in compositor while the library records and dumps them.";
+    "queues to a stand-in compositor while the library records and dumps them.\n"
+    "Exit: 0 ran, nothing to report; 1 a campaign missed a finding or made one up; 2 the\n"
+    "story could not run or an output file could not be written; 3 bad command line.";
 
 // The stories --scenario names; scenarios.cpp plays them.
 constexpr const char* kScenarios[] = {"healthy", "release-stall", "callback-lost",
