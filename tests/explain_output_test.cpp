@@ -175,16 +175,16 @@ TEST_F(Cli, ExitCodesSayFindingsNoneUnreadableOrUsage) {
         int exit;
         std::string err;
     };
-    for (const Case& c : {Case{{stalled}, kExitFindings, ""}, Case{{quiet}, kExitNoFindings, ""},
+    for (const Case& c : {Case{{stalled}, kExitReport, ""}, Case{{quiet}, kExitNothingToReport, ""},
                           Case{{(mDir / "missing.txt").string()},
-                               kExitUnreadable,
+                               kExitFailed,
                                "missing.txt: cannot open it: No such file or directory"},
-                          Case{{mDir.string()}, kExitUnreadable, "it is a directory"},
+                          Case{{mDir.string()}, kExitFailed, "it is a directory"},
                           Case{{}, kExitUsage, "input is required"},
                           Case{{stalled, "--stuck-ms", "-3"}, kExitUsage, "--stuck-ms"},
                           Case{{stalled, "--callback-ms", "nan"}, kExitUsage, "--callback-ms wants"},
                           Case{{stalled, "--json", (mDir / "no/such/dir.json").string()},
-                               kExitUsage,
+                               kExitFailed,
                                "cannot write the JSON"}}) {
         EXPECT_EQ(run(c.args), c.exit) << mErr.str();
         EXPECT_THAT(mErr.str(), HasSubstr(c.err));
@@ -194,7 +194,7 @@ TEST_F(Cli, ExitCodesSayFindingsNoneUnreadableOrUsage) {
 TEST_F(Cli, ReportsTheStallAndNamesTheFilesItWrote) {
     const std::string input = file("log.txt", test::renderSample("threadtime"));
     const std::string html = (mDir / "r.html").string(), trace = (mDir / "t.json").string();
-    EXPECT_EQ(run({input, "--html", html, "--trace", trace}), kExitFindings);
+    EXPECT_EQ(run({input, "--html", html, "--trace", trace}), kExitReport);
     EXPECT_THAT(mOut.str(), HasSubstr("frame 5 stuck after transactionCallback for 1500.0 ms"));
     EXPECT_THAT(mOut.str(), HasSubstr("Trace: " + trace + "\nHTML report: " + html + "\n"));
     EXPECT_TRUE(fs::file_size(html) > 0 && fs::file_size(trace) > 0);
@@ -223,7 +223,7 @@ TEST_F(Cli, ReadsGzipAndTheMainTextOfABugreportZip) {
     ASSERT_EQ(zip_close(z), 0);
 
     for (const std::string& input : {gz, zipPath}) {
-        EXPECT_EQ(run({input}), kExitFindings) << input << mErr.str();
+        EXPECT_EQ(run({input}), kExitReport) << input << mErr.str();
         EXPECT_THAT(mOut.str(), HasSubstr("4 findings")) << input;
     }
     const std::string truncated = file("cut.gz", "");

@@ -81,7 +81,8 @@ int runExplain(int argc, const char* const* argv, std::ostream& out, std::ostrea
     CLI::App app{
         "Explains the graphics library's dumps in a logcat or bugreport: stalled frames, "
         "held slots, callbacks that never came back.\n"
-        "Exit: 0 no findings, 1 findings, 2 input unreadable, 3 bad command line or output.",
+        "Exit: 0 no findings, 1 findings, 2 input unreadable or an output file not written, 3 bad "
+        "command line.",
         "talvex-explain"};
     Options o;
     app.add_option("input", o.input, "logcat text, - for stdin, .gz, or a bugreport .zip")
@@ -99,7 +100,7 @@ int runExplain(int argc, const char* const* argv, std::ostream& out, std::ostrea
         app.parse(argc, argv);
     } catch (const CLI::CallForHelp&) {
         out << app.help();
-        return kExitNoFindings;
+        return kExitNothingToReport;
     } catch (const CLI::ParseError& e) {
         err << "talvex-explain: " << e.what() << "\nRun talvex-explain --help for usage.\n";
         return kExitUsage;
@@ -123,7 +124,7 @@ int runExplain(int argc, const char* const* argv, std::ostream& out, std::ostrea
     progress.clear();
     if (!read.error.empty()) {
         err << "talvex-explain: " << o.input << ": " << read.error << "\n";
-        return kExitUnreadable;
+        return kExitFailed;
     }
     reader.finish();
     Analysis analysis = parser.finish();
@@ -149,8 +150,8 @@ int runExplain(int argc, const char* const* argv, std::ostream& out, std::ostrea
                                      std::pair{o.html, "HTML report"}}) {
         if (!path.empty() && written) out << what << ": " << path << "\n";
     }
-    if (!written) return kExitUsage;
-    return analysis.findings.empty() ? kExitNoFindings : kExitFindings;
+    if (!written) return kExitFailed;
+    return analysis.findings.empty() ? kExitNothingToReport : kExitReport;
 }
 
 }  // namespace talvex::explain

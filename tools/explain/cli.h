@@ -19,18 +19,13 @@
 
 #include <ostream>
 
+#include "../exit_codes.h"
+
 namespace talvex::explain {
 
-// Exit codes, documented in docs/explain.md.
-enum ExitCode : int {
-    kExitNoFindings = 0,  // read, nothing to report
-    kExitFindings = 1,    // read, findings printed
-    kExitUnreadable = 2,  // the input could not be read at all
-    kExitUsage = 3,       // bad command line, or an output file could not be written
-};
-
 // Runs the tool: the report goes to `out`, warnings, errors and progress to `err`. Progress is
-// shown only when `errIsTerminal`.
+// shown only when `errIsTerminal`. Returns an ExitCode (docs/explain.md): kExitReport when there
+// are findings, kExitFailed when the input cannot be read or an output file cannot be written.
 int runExplain(int argc, const char* const* argv, std::ostream& out, std::ostream& err,
                bool errIsTerminal);
 

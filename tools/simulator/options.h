@@ -30,17 +30,18 @@ struct Options {
     uint64_t seed = 1;
     std::string buildType = "userdebug";
     std::string outPath;    // empty: stdout only
-    std::string truthPath;  // empty: no truth written
-    bool realtime = false;
-    int campaign = 0;
-    int jobs = 2;
-    double stuckMs = 100;
+    std::string truthPath;  // empty: the run's ground truth is not written
+    bool realtime = false;  // wall-clock threads instead of simulated time
+    int campaign = 0;       // random stories drawn from `seed`; 0: one story, `scenario`
+    int jobs = 2;           // campaign stories run at once
+    double stuckMs = 100;   // a campaign scores stuck frames against this, as talvex-explain does
 };
 
 enum class ParseResult { kRun, kHelp, kError };
 
 // Reads `--name=value` or `--name value` arguments into `options`. Returns kHelp for --help,
-// kError with a one-line reason in `error` for anything unknown, missing or out of range.
+// kError with a one-line reason in `error` for anything unknown, missing, out of range or
+// combined with an option it does not go with.
 ParseResult parseOptions(int argc, const char* const* argv, Options* options, std::string* error);
 
 // The --help text.
