@@ -185,11 +185,16 @@ void BLASTBufferQueue::update(const sp<SurfaceControl>& surface, uint32_t width,
     const ui::Size newSize(width, height);
     if (mRequestedSize != newSize) {
         mRequestedSize.set(newSize);
-        mBufferItemConsumer->setDefaultBufferSize(mRequestedSize.width, mRequestedSize.height);
 #ifdef TALVEX_LIBGUI_HOOKS
+        // Capped before the consumer takes it, so that no buffer is ever made at the size asked
+        // for. The limiter compares with a copy of the request, not with mSize: it caps every
+        // over-sized request, a repeated one too.
+        ui::Size talvexCapped = mRequestedSize;
         getBufferQueueHelper()->resetBBQRequestSize(
-            &mRequestedSize, &mSize, static_cast<ConsumerBase*>(mBufferItemConsumer.get()), 1, 1);
+            &mRequestedSize, &talvexCapped, static_cast<ConsumerBase*>(mBufferItemConsumer.get()),
+            1, 1);
 #endif
+        mBufferItemConsumer->setDefaultBufferSize(mRequestedSize.width, mRequestedSize.height);
         // A buffer that scales can show the new size at once; a frozen one waits for a buffer
         // of that size.
         if (mLastBufferInfo.scalingMode != NATIVE_WINDOW_SCALING_MODE_FREEZE) {

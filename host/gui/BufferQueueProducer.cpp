@@ -57,7 +57,9 @@ static bool talvexWatchStallLocked(BufferQueueCore* core, std::condition_variabl
     if (*dumped) return false;
     const nsecs_t left = *waitStart + kTalvexStallBound - now;
     if (left <= 0) {
+        // A stall dumps in full, whatever dumped the queue before it.
         *dumped = true;
+        getBufferQueueHelper()->setBBQDumpFlag(core, true);
         getBufferQueueHelper()->dumpBQAllFrameState(core);
         return false;
     }
@@ -242,10 +244,6 @@ status_t BufferQueueProducer::waitForFreeSlotThenRelock(FreeSlotCaller caller,
             }
         }
     }
-#ifdef TALVEX_LIBGUI_HOOKS
-    // The producer has a slot again: a dumped stall is over, so the next one dumps in full.
-    if (talvexDumped) getBufferQueueHelper()->setBBQDumpFlag(mCore.get(), true);
-#endif
     return NO_ERROR;
 }
 
