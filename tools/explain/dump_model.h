@@ -218,7 +218,8 @@ struct Finding {
     int pid = -1;
     std::string layer;
     std::vector<uint64_t> frames;
-    std::string summary;  // one line a person reads
+    std::vector<int64_t> callbacks;  // old-callbacks: the pending callbacks' ids
+    std::string summary;             // one line a person reads
     std::vector<uint64_t> evidence;
 };
 

@@ -157,6 +157,7 @@ void oldCallbacks(Analysis& a, const Thresholds& t) {
             f.summary += (f.summary.empty() ? "" : "; ") + std::string("callback ") +
                          std::to_string(cb.id) + (cb.onComplete ? " (complete)" : " (commit)") +
                          " pending for " + formatDuration(elapsed(cb.addTime, now));
+            f.callbacks.push_back(cb.id);
             f.evidence.push_back(cb.line);
         }
         for (auto& [layer, f] : byLayer) {

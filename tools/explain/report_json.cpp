@@ -210,6 +210,7 @@ void writeJson(const Analysis& a, std::ostream& out) {
                                  {"pid", f.pid},
                                  {"layer", f.layer},
                                  {"frames", f.frames},
+                                 {"callbacks", f.callbacks},
                                  {"summary", f.summary},
                                  {"evidence_lines", f.evidence}});
     }
