@@ -17,8 +17,11 @@
 
 TEST_PRESETS ?= clang gcc cxx20 asan tsan
 SIM_ARGS ?=
+CAMPAIGN ?= 10000
+CAMPAIGN_SEED ?= 1
+JOBS ?= $(shell n=$$(nproc); [ $$n -gt 64 ] && n=64; echo $$n)
 
-.PHONY: all deps run test bench fuzz format clean
+.PHONY: all deps run test campaign bench fuzz format clean
 all: run
 
 deps:
@@ -45,7 +48,15 @@ run: deps build/clang/build.ninja
 test: deps
 	@bash scripts/test.sh $(TEST_PRESETS)
 
-BENCHMARKS := frame_record_benchmark bufferqueue_helper_benchmark soak_benchmark explain_benchmark
+# Random stories scored against what each one did: CAMPAIGN of them from CAMPAIGN_SEED, JOBS at
+# once. Exits 1 if talvex-explain missed a finding or made one up.
+campaign: deps build/clang/build.ninja
+	cmake --build --preset clang --target talvex_simulator
+	./build/clang/tools/simulator/talvex_simulator --campaign $(CAMPAIGN) --seed $(CAMPAIGN_SEED) \
+		-j $(JOBS)
+
+BENCHMARKS := frame_record_benchmark bufferqueue_helper_benchmark soak_benchmark explain_benchmark \
+	simulator_benchmark
 
 bench: deps build/clang/build.ninja
 	cmake --build --preset clang --target $(BENCHMARKS)

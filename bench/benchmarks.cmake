@@ -27,3 +27,14 @@ talvex_cc_benchmark(NAME soak_benchmark
 if(BUILD_TESTING)
     set_tests_properties(soak_benchmark.smoke PROPERTIES ENVIRONMENT TALVEX_SOAK_EVENTS=60000)
 endif()
+
+# The simulator's speed in simulated time, a story and a campaign; ctest plays a small one.
+add_executable(simulator_benchmark ${CMAKE_CURRENT_SOURCE_DIR}/simulator_benchmark.cpp)
+target_compile_options(simulator_benchmark PRIVATE ${TALVEX_WARNINGS})
+add_dependencies(simulator_benchmark talvex_simulator)
+list(JOIN CMAKE_CROSSCOMPILING_EMULATOR " " TALVEX_BENCH_EMULATOR_PREFIX)
+target_compile_definitions(simulator_benchmark PRIVATE
+    TALVEX_SIMULATOR_PATH="${TALVEX_BENCH_EMULATOR_PREFIX} $<TARGET_FILE:talvex_simulator>")
+if(BUILD_TESTING)
+    add_test(NAME simulator_benchmark.smoke COMMAND simulator_benchmark 4 1 4)
+endif()

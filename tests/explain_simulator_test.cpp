@@ -16,7 +16,9 @@
 
 // Each story the simulator plays, read back from its log: what the library's dumps show of it,
 // and the findings the analyzer draws from the same file. Expected values come from the
-// simulator's own lines in the same log, never from guesses about a run.
+// simulator's own lines in the same log and from the truth it writes beside it, never from
+// guesses about a run. Stories play in simulated time: a run of a seed is the same on a loaded
+// machine, so the findings are exact.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -26,11 +28,15 @@
 #include <vector>
 
 #include "explain.h"
+#include "scorer.h"
 #include "support/simulator_run.h"
+#include "truth.h"
 
 namespace talvex::explain {
 namespace {
 
+using ::talvex::simulator::KindScore;
+using ::talvex::simulator::Truth;
 using ::talvex::test::SimulatorRun;
 using ::testing::AnyOf;
 using ::testing::Contains;
@@ -132,27 +138,33 @@ void expectReleaseStall(const SimulatorRun& run, const Analysis& a) {
     const std::string label = "layer " + id + " \"" + surface + "\"";
     const Finding* it = findingFor(a, "stuck-frames", label);
     ASSERT_NE(nullptr, it) << "no stuck-frames finding for " << label;
-    // Nothing before the hold is stuck; the newest frames queue behind the held buffers and
-    // are never acquired. (A loaded run may see the first held frames given back early.)
-    ASSERT_FALSE(it->frames.empty());
-    EXPECT_THAT(it->frames, Each(Ge(firstHeld)));
-    EXPECT_THAT(it->summary, HasSubstr("frame " + std::to_string(it->frames.back()) +
-                                       " stuck after onFrameAvailable for "));
-    // The stalled queue ran dry, named once however often it was dumped (a slow sanitizer run
-    // may starve the other one too).
-    std::vector<std::string> starved;
-    for (const Finding& f : a.findings) {
-        if (f.kind == "producer-starved") starved.push_back(f.layer);
+    // The frame on screen stays after its completion, the ones applied behind it after their
+    // apply, the newest one queued behind those after it became available.
+    ASSERT_GE(it->frames.size(), 3u);
+    EXPECT_EQ(firstHeld, it->frames.front());
+    for (size_t i = 0; i < it->frames.size(); ++i) {
+        EXPECT_EQ(firstHeld + i, it->frames[i]);
+        const char* step = i == 0                       ? "transactionCallback"
+                           : i + 1 == it->frames.size() ? "onFrameAvailable"
+                                                        : "apply";
+        EXPECT_THAT(it->summary, HasSubstr("frame " + std::to_string(it->frames[i]) +
+                                           " stuck after " + step + " for "));
     }
-    EXPECT_THAT(starved, Contains(StartsWith(queue + "(BLAST Consumer)")).Times(1));
+    // The stalled queue ran dry, named once however often it was dumped.
+    const Finding* starved = nullptr;
+    for (const Finding& f : a.findings) {
+        if (f.kind == "producer-starved") starved = &f;
+    }
+    ASSERT_NE(nullptr, starved);
+    EXPECT_THAT(starved->layer, StartsWith(queue + "(BLAST Consumer)"));
 }
 
 void expectCallbackLost(const SimulatorRun& run, const Analysis& a) {
     const std::string id = run.last(R"(never deliver the completion of layer (\d+)'s)")[1];
     ASSERT_FALSE(id.empty());
-    // The dumps asked for; a slow run may add others when frames pile up. Only the callbacks of
-    // the lost completion outlive a frame, and they grow older: the queue's own and the empty one
-    // that setBuffer registers with every buffer.
+    // The two dumps asked for. Only the callbacks of the lost completion outlive a frame, and
+    // they grow older: the queue's own and the empty one that setBuffer registers with every
+    // buffer.
     const auto first = test::pendingCallbacks(run, run.find("TalvexSimulator: first dump"));
     const auto second = test::pendingCallbacks(run, run.find("TalvexSimulator: second dump"));
     std::vector<std::string> inBoth;
@@ -218,20 +230,24 @@ void expectHealthy(const SimulatorRun& run, const Analysis& a) {
 void expectOversize(const SimulatorRun& run, const Analysis& a) {
     const std::string id = run.last(R"(layer (\d+) asks for 4096x2160)")[1];
     ASSERT_FALSE(id.empty());
-    // One oversize request, one capped line.
-    const int capped = run.find(
-        "D TalvexBufferQueueHelper: Not Support over 4k, change "
-        "width:4096->4000 height:2160->2160");
-    ASSERT_GE(capped, 0);
-    EXPECT_EQ(-1, run.find("Not Support over 4k", capped + 1));
-    ASSERT_EQ(1u, a.limiters.size());
-    const LimiterLine& l = a.limiters[0];
-    EXPECT_EQ(static_cast<uint64_t>(capped + 1), l.origin.firstLine);
-    EXPECT_EQ((std::vector<int>{4096, 4000, 2160, 2160}),
-              (std::vector<int>{l.width, l.cappedWidth, l.height, l.cappedHeight}));
+    // Two oversize requests, the same: two capped lines.
+    const std::string line =
+        "D TalvexBufferQueueHelper: Not Support over 4k, change width:4096->4000 "
+        "height:2160->2160";
+    const int first = run.find(line);
+    const int second = run.find(line, first + 1);
+    ASSERT_GE(first, 0);
+    ASSERT_GT(second, first);
+    EXPECT_EQ(-1, run.find("Not Support over 4k", second + 1));
+    ASSERT_EQ(2u, a.limiters.size());
+    for (size_t i = 0; i < 2; ++i) {
+        const LimiterLine& l = a.limiters[i];
+        EXPECT_EQ(static_cast<uint64_t>((i == 0 ? first : second) + 1), l.origin.firstLine);
+        EXPECT_EQ((std::vector<int>{4096, 4000, 2160, 2160}),
+                  (std::vector<int>{l.width, l.cappedWidth, l.height, l.cappedHeight}));
+    }
     // The consumer's default size is the capped one.
     const std::string queue = run.last("layer " + id + R"( \(.*\) draws through (\S+) at)")[1];
-    // (A loaded run may also dump the other layer when it runs dry.)
     const auto core = std::find_if(a.coreDumps.rbegin(), a.coreDumps.rend(), [&](const auto& d) {
         return d.name.rfind(queue + "(BLAST Consumer)", 0) == 0;
     });
@@ -275,6 +291,7 @@ void expectChurn(const SimulatorRun& run, const Analysis& a) {
 struct StoryCase {
     const char* scenario;
     void (*expect)(const SimulatorRun&, const Analysis&);
+    std::multiset<std::string> kinds;  // the findings' kinds, exactly
 };
 
 void PrintTo(const StoryCase& c, std::ostream* out) {
@@ -284,27 +301,47 @@ void PrintTo(const StoryCase& c, std::ostream* out) {
 class SimulatorStory : public testing::TestWithParam<StoryCase> {};
 
 TEST_P(SimulatorStory, DumpsAndFindingsShowWhatItPlayed) {
-    const SimulatorRun run =
-        test::runSimulator(std::string("--seconds=1 --seed=3 --scenario=") + GetParam().scenario);
+    const std::string truthPath = test::tempPath("simulator_truth_");
+    const SimulatorRun run = test::runSimulator(std::string("--seconds=1 --seed=3 --scenario=") +
+                                                GetParam().scenario + " --truth " + truthPath);
+    const std::string truthText = test::readFile(truthPath);
+    unlink(truthPath.c_str());
     test::expectCleanRun(run, GetParam().scenario);
     ASSERT_TRUE(run.helperAnswered()) << "the library answered with the helper's fallback";
     // Line numbers count the screen's lines; the file must be where they start.
     ASSERT_EQ(0u, run.stdoutText.find(run.outText));
-    GetParam().expect(run, explainText(run.outText));
+    const Analysis analysis = explainText(run.outText);
+    GetParam().expect(run, analysis);
+
+    std::multiset<std::string> kinds;
+    for (const Finding& f : analysis.findings) kinds.insert(f.kind);
+    EXPECT_EQ(GetParam().kinds, kinds);
+    // Every frame, callback, starved queue, dump and capped size the story made, and nothing
+    // else.
+    Truth truth;
+    std::string error;
+    ASSERT_TRUE(Truth::fromJson(truthText, &truth, &error)) << error;
+    ASSERT_FALSE(truth.dumps.empty());
+    for (const KindScore& kind : simulator::scoreStory(truth, analysis, Thresholds{}).kinds) {
+        EXPECT_THAT(kind.missed, testing::IsEmpty()) << kind.kind;
+        EXPECT_THAT(kind.invented, testing::IsEmpty()) << kind.kind;
+    }
 }
 
-INSTANTIATE_TEST_SUITE_P(Stories, SimulatorStory,
-                         testing::Values(StoryCase{"healthy", expectHealthy},
-                                         StoryCase{"release-stall", expectReleaseStall},
-                                         StoryCase{"callback-lost", expectCallbackLost},
-                                         StoryCase{"sync", expectSync},
-                                         StoryCase{"oversize", expectOversize},
-                                         StoryCase{"churn", expectChurn}),
-                         [](const testing::TestParamInfo<StoryCase>& info) {
-                             std::string name = info.param.scenario;
-                             std::replace(name.begin(), name.end(), '-', '_');
-                             return name;
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Stories, SimulatorStory,
+    testing::Values(StoryCase{"healthy", expectHealthy, {}},
+                    StoryCase{"release-stall",
+                              expectReleaseStall,
+                              {"producer-starved", "stuck-frames", "old-callbacks"}},
+                    StoryCase{"callback-lost", expectCallbackLost, {"old-callbacks"}},
+                    StoryCase{"sync", expectSync, {}}, StoryCase{"oversize", expectOversize, {}},
+                    StoryCase{"churn", expectChurn, {}}),
+    [](const testing::TestParamInfo<StoryCase>& info) {
+        std::string name = info.param.scenario;
+        std::replace(name.begin(), name.end(), '-', '_');
+        return name;
+    });
 
 }  // namespace
 }  // namespace talvex::explain

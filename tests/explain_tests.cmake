@@ -26,7 +26,15 @@ endforeach()
 # The analyzer on the simulator's real logs: each story yields the findings it played out.
 talvex_cc_test(NAME explain_simulator_test
     SRCS ${CMAKE_CURRENT_SOURCE_DIR}/explain_simulator_test.cpp
-    DEPS talvex_explain_lib)
+    DEPS talvex_story_truth)
 add_dependencies(explain_simulator_test talvex_simulator)
 target_compile_definitions(explain_simulator_test PRIVATE
+    TALVEX_SIMULATOR_PATH="${TALVEX_SIMULATOR_COMMAND}")
+
+# The scorer a campaign holds the analyzer to, on a real story, and the truth file it reads.
+talvex_cc_test(NAME story_score_test
+    SRCS ${CMAKE_CURRENT_SOURCE_DIR}/story_score_test.cpp
+    DEPS talvex_story_truth)
+add_dependencies(story_score_test talvex_simulator)
+target_compile_definitions(story_score_test PRIVATE
     TALVEX_SIMULATOR_PATH="${TALVEX_SIMULATOR_COMMAND}")

@@ -40,7 +40,7 @@ auto fields(const Options& o) {
                     o.truthPath, o.realtime, o.campaign, o.jobs, o.stuckMs);
 }
 
-// The arguments as a test name: "--layers", "17" reads "layers_17".
+// The arguments as a test name: "--layers", "65" reads "layers_65".
 std::string nameOf(const std::vector<const char*>& args) {
     std::string name;
     for (const char* arg : args) {
@@ -76,9 +76,9 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         BadArguments{{"--scenario=stall"},
                      "--scenario wants one of healthy, release-stall, callback-lost, sync, "
-                     "oversize, churn, not 'stall'"},
-        BadArguments{{"--layers", "17"}, "--layers wants a whole number from 1 to 16, not '17'"},
-        BadArguments{{"--layers=2x"}, "--layers wants a whole number from 1 to 16, not '2x'"},
+                     "oversize, churn, random, not 'stall'"},
+        BadArguments{{"--layers", "65"}, "--layers wants a whole number from 1 to 64, not '65'"},
+        BadArguments{{"--layers=2x"}, "--layers wants a whole number from 1 to 64, not '2x'"},
         BadArguments{{"--fps=0x10"}, "--fps wants a whole number from 1 to 240, not '0x10'"},
         BadArguments{{"--seconds=nan"}, "--seconds wants a number from 0.2 to 600, not 'nan'"},
         // strtoull reads it as 2^64 - 1.
@@ -180,7 +180,7 @@ TEST_P(SimulatorOptionsScenario, IsPlayableAndListed) {
 
 INSTANTIATE_TEST_SUITE_P(Names, SimulatorOptionsScenario,
                          testing::Values("healthy", "release-stall", "callback-lost", "sync",
-                                         "oversize", "churn"),
+                                         "oversize", "churn", "random"),
                          [](const auto& info) { return nameOf({info.param}); });
 
 TEST(SimulatorOptions, HelpWinsOverWhatFollows) {

@@ -26,3 +26,18 @@ set(TALVEX_SIMULATOR_COMMAND "${TALVEX_EMULATOR_PREFIX} $<TARGET_FILE:talvex_sim
 add_dependencies(simulator_test talvex_simulator)
 target_compile_definitions(simulator_test PRIVATE
     TALVEX_SIMULATOR_PATH="${TALVEX_SIMULATOR_COMMAND}")
+
+# A campaign of random stories, each scored against what it did: no finding missed, none made up.
+# Fewer stories in the sanitizer builds, where each runs ten times slower; `make campaign` plays
+# ten thousand.
+if(TALVEX_SANITIZE)
+    set(TALVEX_CAMPAIGN_STORIES 60)
+else()
+    set(TALVEX_CAMPAIGN_STORIES 300)
+endif()
+if(BUILD_TESTING)
+    add_test(NAME simulator_campaign
+             COMMAND talvex_simulator --campaign ${TALVEX_CAMPAIGN_STORIES} --seed 1 -j 4)
+    set_tests_properties(simulator_campaign PROPERTIES
+        PASS_REGULAR_EXPRESSION "every story scored clean" TIMEOUT 900)
+endif()

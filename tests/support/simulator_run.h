@@ -80,11 +80,13 @@ inline std::string tempPath(const char* name) {
     return path;
 }
 
-inline SimulatorRun runSimulator(const std::string& args) {
+// `environment`: "NAME=value ..." for the simulator's environment.
+inline SimulatorRun runSimulator(const std::string& args, const std::string& environment = "") {
     const std::string errPath = tempPath("simulator_stderr_");
     const std::string outPath = tempPath("simulator_out_");
-    const std::string command =
-        std::string(TALVEX_SIMULATOR_PATH) + " " + args + " --out " + outPath + " 2>" + errPath;
+    const std::string command = (environment.empty() ? "" : "env " + environment + " ") +
+                                std::string(TALVEX_SIMULATOR_PATH) + " " + args + " --out " +
+                                outPath + " 2>" + errPath;
     SimulatorRun run;
     if (FILE* pipe = popen(command.c_str(), "r"); pipe != nullptr) {
         char buffer[1 << 16];

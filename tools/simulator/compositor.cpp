@@ -116,6 +116,8 @@ void Compositor::forgetLayer(int32_t layerId) {
     }
     mHeldLayers.erase(layerId);
     mGoneLayers.insert(layerId);
+    mFrameSeen.erase(mFrameSeen.lower_bound({layerId, 0}),
+                     mFrameSeen.upper_bound({layerId, UINT64_MAX}));
     takeLayersTransactions(mIncoming, layerId, dropped);
     takeLayersTransactions(mHeld, layerId, dropped);
     const uint64_t running = mBatches;
@@ -160,8 +162,14 @@ int Compositor::lostCompletions() {
 
 // Runs on the applying thread, which may hold a BLAST queue's lock: only queue it.
 void Compositor::receive(const SurfaceComposerClient::Transaction& transaction) {
+    const nsecs_t now = systemTime(SYSTEM_TIME_MONOTONIC);
     std::lock_guard<std::mutex> lock(mMutex);
     if (!mRunning) return;
+    for (const auto& layer : transaction.hostLayers()) {
+        if (layer.surfaceControl == nullptr || !layer.frameNumber) continue;
+        mFrameSeen[{layer.surfaceControl->getLayerId(), *layer.frameNumber}] = now;
+    }
+    for (const CallbackId& id : transaction.hostCallbackIds()) mCallbackArrived[id.id] = now;
     for (const int32_t layerId : mGoneLayers) {
         if (touchesLayer(transaction, layerId)) {
             mGoneTransactions.push_back(transaction);
@@ -199,7 +207,7 @@ void Compositor::vsync() {
     mBatchDone.notify_all();
 }
 
-std::vector<int64_t> Compositor::withheldCallbacks(int32_t layerId) {
+std::vector<std::pair<int64_t, nsecs_t>> Compositor::withheldCallbacks(int32_t layerId) {
     std::lock_guard<std::mutex> lock(mMutex);
     std::vector<int64_t> ids = mLostCallbacks[layerId];
     for (const auto& transaction : mHeld) {
@@ -207,7 +215,18 @@ std::vector<int64_t> Compositor::withheldCallbacks(int32_t layerId) {
         for (const CallbackId& id : transaction.hostCallbackIds()) ids.push_back(id.id);
     }
     std::sort(ids.begin(), ids.end());
-    return ids;
+    std::vector<std::pair<int64_t, nsecs_t>> withheld;
+    for (const int64_t id : ids) {
+        const auto arrived = mCallbackArrived.find(id);
+        withheld.emplace_back(id, arrived == mCallbackArrived.end() ? 0 : arrived->second);
+    }
+    return withheld;
+}
+
+nsecs_t Compositor::frameSeen(int32_t layerId, uint64_t frameNumber) {
+    std::lock_guard<std::mutex> lock(mMutex);
+    const auto seen = mFrameSeen.find({layerId, frameNumber});
+    return seen == mFrameSeen.end() ? 0 : seen->second;
 }
 
 void Compositor::composite(const SurfaceComposerClient::Transaction& transaction) {
@@ -239,9 +258,13 @@ void Compositor::composite(const SurfaceComposerClient::Transaction& transaction
         {
             std::lock_guard<std::mutex> lock(mMutex);
             auto latched = mLatched.find(layerId);
-            if (latched != mLatched.end()) previous = latched->second.second;
+            if (latched != mLatched.end()) {
+                previous = latched->second.second;
+                mFrameSeen.erase({layerId, latched->second.first});  // its buffer goes back
+            }
             mLatched.insert_or_assign(layerId,
                                       std::make_pair(*layer.frameNumber, layer.releaseCallbackId));
+            mFrameSeen[{layerId, *layer.frameNumber}] = latchTime;
             if (mLostCompletions.erase({layerId, *layer.frameNumber}) != 0) {
                 lost = true;
                 ++mLostCount;
@@ -266,6 +289,13 @@ void Compositor::composite(const SurfaceComposerClient::Transaction& transaction
             surface.previousReleaseCallbackId = ReleaseCallbackId::INVALID_ID;
         }
         listener->onTransactionCompleted(committed);
+    }
+    {
+        std::lock_guard<std::mutex> lock(mMutex);
+        for (const CallbackId& id : commitIds) mCallbackArrived.erase(id.id);
+        if (!lost) {
+            for (const CallbackId& id : completeIds) mCallbackArrived.erase(id.id);
+        }
     }
     if (lost || completeIds.empty()) {
         // No completion goes out: the replaced buffers still come back, on their own.

@@ -64,8 +64,11 @@ public:
     // Returns how many completions were lost so far.
     int lostCompletions();
     // The callback ids of `layerId`'s transactions the compositor holds or whose completion it
-    // lost: the ones that never come back.
-    std::vector<int64_t> withheldCallbacks(int32_t layerId);
+    // lost (the ones that never come back), each with when their transaction arrived.
+    std::vector<std::pair<int64_t, nsecs_t>> withheldCallbacks(int32_t layerId);
+    // When `layerId`'s frame `frameNumber` last moved here (its transaction arrived, or it was
+    // latched); 0 if it never came or its buffer went back.
+    nsecs_t frameSeen(int32_t layerId, uint64_t frameNumber);
 
 private:
     void receive(const android::SurfaceComposerClient::Transaction& transaction);
@@ -89,6 +92,8 @@ private:
     int mLostCount = 0;                                       // guarded by mMutex
     std::map<int32_t, std::vector<int64_t>> mLostCallbacks;   // guarded by mMutex
     std::map<int32_t, std::pair<uint64_t, android::ReleaseCallbackId>> mLatched;  // by mMutex
+    std::map<std::pair<int32_t, uint64_t>, nsecs_t> mFrameSeen;  // guarded by mMutex
+    std::map<int64_t, nsecs_t> mCallbackArrived;                 // guarded by mMutex
     std::thread mThread;
 };
 

@@ -33,8 +33,8 @@ constexpr char kDescription[] =
     "story could not run or an output file could not be written; 3 bad command line.";
 
 // The stories --scenario names; scenarios.cpp plays them.
-constexpr const char* kScenarios[] = {"healthy", "release-stall", "callback-lost",
-                                      "sync",    "oversize",      "churn"};
+constexpr const char* kScenarios[] = {"healthy",  "release-stall", "callback-lost", "sync",
+                                      "oversize", "churn",         "random"};
 
 // A decimal whole number in [min, max] and nothing after it.
 bool parseWhole(const std::string& text, long long min, long long max, long long* value) {
@@ -119,8 +119,8 @@ void describe(CLI::App& app, Options* o) {
             return true;
         };
     };
-    addValue(app, "--layers", "N", "layers drawing at once, 1..16", "a whole number from 1 to 16",
-             whole(&o->layers, 1, 16))
+    addValue(app, "--layers", "N", "layers drawing at once, 1..64", "a whole number from 1 to 64",
+             whole(&o->layers, 1, 64))
         ->default_str(show(defaults.layers));
     addValue(app, "--fps", "N", "frames per second each layer renders, 1..240",
              "a whole number from 1 to 240", whole(&o->fps, 1, 240))

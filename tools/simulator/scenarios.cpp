@@ -45,6 +45,7 @@ void playHealthy(World& world) {
     Layer& layer = pickLayer(world);
     say("dump requested for layer %d: its frames flow, every buffer comes back", layer.layerId());
     world.requestDump(layer);
+    world.sleepFor(share(world, 0.3));
 }
 
 void playReleaseStall(World& world) {
@@ -101,7 +102,11 @@ void playOversize(World& world) {
     Layer& layer = pickLayer(world);
     say("layer %d asks for 4096x2160 buffers on a device that cannot go over 4000", layer.layerId());
     world.requestSize(layer, 4096, 2160);
-    world.sleepFor(share(world, 0.5));
+    world.sleepFor(share(world, 0.3));
+    // A relayout asks again for the same size: capped again.
+    say("layer %d asks for 4096x2160 buffers again", layer.layerId());
+    world.requestSize(layer, 4096, 2160);
+    world.sleepFor(share(world, 0.3));
     world.requestDump(layer);
 }
 
@@ -133,13 +138,18 @@ const Scenario kScenarios[] = {
      playCallbackLost},
     {"sync", "one layer's frames are synced into transactions of their own", {}, playSync},
     {"oversize",
-     "a layer asks for 4096x2160 buffers while debug.graphics.unsupport4K is 1",
+     "a layer asks twice for 4096x2160 buffers while debug.graphics.unsupport4K is 1",
      {{"debug.graphics.unsupport4K", "1"}},
      playOversize},
     {"churn",
      "layers come and go while frames flow; the record keeps only the living ones",
      {},
      playChurn},
+    {"random",
+     "the seed draws the story: layers at mixed rates come and go while stalls, lost "
+     "completions, syncs, held transactions, oversized requests and dumps strike at random",
+     {{"debug.graphics.unsupport4K", "1"}},
+     playRandomStory},
 };
 
 }  // namespace

@@ -17,6 +17,7 @@
 #include "simulator.h"
 
 #include <android-base/properties.h>
+#include <android/log.h>
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
 #include <libgui_interface/hook/ITestExampleClass.h>
@@ -26,6 +27,8 @@
 #include <memory>
 #include <string>
 
+#include "../exit_codes.h"
+#include "campaign.h"
 #include "compositor_service.h"
 #include "dumper_wait.h"
 #include "logcat_sink.h"
@@ -61,7 +64,7 @@ int play(const Options& options, const Scenario& scenario) {
 
     auto names = std::make_shared<LayerNames>();
     android::sp<android::HostCompositor> service = registerCompositorService(names);
-    if (service == nullptr) return 1;
+    if (service == nullptr) return kExitFailed;
     runHookPath();
     say("scenario %s (seed %llu, %d layers, %d fps, %.1f s, %s): %s", scenario.name,
         static_cast<unsigned long long>(options.seed), options.layers, options.fps, options.seconds,
@@ -83,37 +86,48 @@ int play(const Options& options, const Scenario& scenario) {
         if (file == nullptr) {
             fprintf(stderr, "talvex_simulator: cannot write '%s': %s\n", options.truthPath.c_str(),
                     strerror(errno));
-            return 2;
+            return kExitFailed;
         }
         const std::string text = truth.json();
-        fwrite(text.data(), 1, text.size(), file);
-        fclose(file);
+        const bool written = fwrite(text.data(), 1, text.size(), file) == text.size();
+        if (fclose(file) != 0 || !written) {
+            fprintf(stderr, "talvex_simulator: cannot write '%s'\n", options.truthPath.c_str());
+            return kExitFailed;
+        }
     }
-    return 0;
+    return kExitNothingToReport;
 }
 
 }  // namespace
 
 int runSimulator(int argc, const char* const* argv, FILE* out) {
+    // Until a story routes the log, a line has nowhere to go: the library's unload line at the
+    // exit of a run that played nothing (--help, a bad option, a campaign's own process) would
+    // only clutter the screen.
+    __android_log_set_logger([](const struct __android_logger_data*, const char*) {});
     Options options;
     std::string error;
     switch (parseOptions(argc, argv, &options, &error)) {
         case ParseResult::kHelp:
             fputs(usageText(), out);
-            return 0;
+            return kExitNothingToReport;
         case ParseResult::kError:
             fprintf(stderr, "talvex_simulator: %s\n", error.c_str());
-            return 2;
+            return kExitUsage;
         case ParseResult::kRun:
             break;
     }
+    return options.campaign > 0 ? runCampaign(options, out) : playStory(options, out);
+}
+
+int playStory(const Options& options, FILE* out) {
     FILE* file = nullptr;
     if (!options.outPath.empty()) {
         file = fopen(options.outPath.c_str(), "w");
         if (file == nullptr) {
             fprintf(stderr, "talvex_simulator: cannot write '%s': %s\n", options.outPath.c_str(),
                     strerror(errno));
-            return 2;
+            return kExitFailed;
         }
     }
     // In simulated time the clock and the process id are the simulator's from the first line on.

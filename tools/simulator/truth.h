@@ -46,13 +46,27 @@ struct Truth {
         int32_t requested[2] = {0, 0};  // oversize: the size asked for
         int32_t capped[2] = {0, 0};     // oversize: the size libgui's patch should cap it to
     };
-    // One layer as a dump found it.
+    // One layer as a dump found it. `sinceNs` is when the frame last moved (the app queued it,
+    // the compositor received or latched it) or when the compositor received the callback's
+    // transaction: what a reader of the dump can tell its age from.
+    struct Frame {
+        uint64_t frame = 0;
+        nsecs_t sinceNs = 0;
+    };
+    struct Callback {
+        int64_t id = 0;
+        nsecs_t sinceNs = 0;
+    };
     struct DumpedLayer {
         int32_t layerId = 0;
+        bool alive = true;  // false: destroyed by its app
+        // Its BLAST queue lives (a gone layer's may, while a callback holds it): the frame
+        // record lists it.
+        bool recorded = true;
         // Frames whose buffer had not come back to the app: with the compositor or queued.
-        std::vector<uint64_t> unreturnedFrames;
+        std::vector<Frame> unreturnedFrames;
         // Pending callbacks the compositor never answers (held or lost).
-        std::vector<int64_t> withheldCallbacks;
+        std::vector<Callback> withheldCallbacks;
     };
     // A dump libgui wrote: its core at once, then the BLAST queue, frame record and listener.
     struct Dump {
@@ -60,19 +74,22 @@ struct Truth {
         int32_t layerId = 0;
         std::string core;
         std::string reason;    // "stall" (libgui's patch, a starved producer) or "request"
-        bool starved = false;  // the producer was waiting for a free slot
+        bool starved = false;  // no slot free for the producer: its next dequeue would wait
+        // The core's default buffer size: the app's last request, capped as the device needs.
+        int32_t bufferSize[2] = {0, 0};
         std::vector<DumpedLayer> layers;  // every layer alive then
     };
 
     uint64_t seed = 0;
     std::string story;
-    double stuckMs = 100;
     std::vector<Layer> layers;
     std::vector<Fault> faults;
     std::vector<Dump> dumps;
 
     // The truth as JSON text.
     std::string json() const;
+    // Reads what json() wrote; false with a reason in `error` for anything else.
+    static bool fromJson(const std::string& text, Truth* truth, std::string* error);
 };
 
 }  // namespace talvex::simulator

@@ -70,7 +70,6 @@ World::World(const Options& options, LayerNames& names)
     mEnd = SimClock::now() + static_cast<nsecs_t>(options.seconds * 1e9);
     mTruth.seed = options.seed;
     mTruth.story = options.scenario;
-    mTruth.stuckMs = options.stuckMs;
     mCompositor.start(!mSimulated);
     if (mSimulated) scheduleVsync(SimClock::now() + mFramePeriod);
 }
@@ -112,6 +111,8 @@ Layer& World::addLayer(int fps) {
     truth.core = layer.queue()->hostCore()->hostSnapshot().consumerName;
     truth.createdNs = SimClock::now();
     mTruth.layers.push_back(truth);
+    mBufferSizes[layer.layerId()] = {static_cast<int32_t>(config.width),
+                                     static_cast<int32_t>(config.height)};
     say("layer %d (%s) draws through %s at %d fps", layer.layerId(),
         layer.surface()->getName().c_str(), layer.queue()->hostName().c_str(),
         static_cast<int>(1000000000LL / config.framePeriod));
@@ -151,9 +152,10 @@ void World::removeLayer(size_t index, bool announce) {
             std::lock_guard<std::mutex> passThrough(other->queue()->hostMutex());
         }
     }
+    const android::wp<android::BLASTBufferQueue> queue = layer->queue();
     layer.reset();
     if (Truth::Layer* truth = truthOf(id)) truth->destroyedNs = SimClock::now();
-    mGoneLayers.push_back(id);
+    mGoneLayers.emplace_back(id, queue);
     if (announce) say("layer %d destroyed", id);
 }
 
@@ -240,6 +242,7 @@ void World::requestSize(Layer& layer, uint32_t width, uint32_t height) {
     fault.capped[0] = cap ? std::min<int32_t>(fault.requested[0], 4000) : fault.requested[0];
     fault.capped[1] = cap ? std::min<int32_t>(fault.requested[1], 4000) : fault.requested[1];
     mTruth.faults.push_back(fault);
+    mBufferSizes[layer.layerId()] = {fault.capped[0], fault.capped[1]};
     layer.queue()->update(layer.surface(), width, height, android::PIXEL_FORMAT_RGBA_8888);
 }
 
@@ -275,6 +278,27 @@ int World::dumpsOf(const Layer& layer) const {
                       [&layer](const Truth::Dump& d) { return d.layerId == layer.layerId(); }));
 }
 
+Truth::DumpedLayer World::dumpedLayer(int32_t id, android::BLASTBufferQueue* queue) {
+    Truth::DumpedLayer dumped;
+    dumped.layerId = id;
+    if (queue != nullptr) {
+        // With the compositor: since it received or latched the frame.
+        for (const uint64_t frame : queue->hostSnapshot().submittedFrames) {
+            dumped.unreturnedFrames.push_back({frame, mCompositor.frameSeen(id, frame)});
+        }
+        // Queued: since the app queued it, the time it gave.
+        for (const auto& item : queue->hostCore()->hostSnapshot().queue) {
+            dumped.unreturnedFrames.push_back({item.mFrameNumber, item.mTimestamp});
+        }
+        std::sort(dumped.unreturnedFrames.begin(), dumped.unreturnedFrames.end(),
+                  [](const Truth::Frame& a, const Truth::Frame& b) { return a.frame < b.frame; });
+    }
+    for (const auto& [callback, since] : mCompositor.withheldCallbacks(id)) {
+        dumped.withheldCallbacks.push_back({callback, since});
+    }
+    return dumped;
+}
+
 void World::catchDumps(const char* reason) {
     const std::vector<std::string> dumps = coreDumpsLogged();
     if (dumps.size() == mDumpsSeen) return;
@@ -289,23 +313,23 @@ void World::catchDumps(const char* reason) {
             if (l.core == dumps[i] && l.destroyedNs == 0) dump.layerId = l.layerId;
         }
         for (const auto& layer : mLayers) {
-            if (layer->layerId() == dump.layerId) dump.starved = layer->waitingSince() != 0;
-            Truth::DumpedLayer dumped;
-            dumped.layerId = layer->layerId();
-            const auto queue = layer->queue()->hostSnapshot();
-            dumped.unreturnedFrames = queue.submittedFrames;
-            for (const auto& item : layer->queue()->hostCore()->hostSnapshot().queue) {
-                dumped.unreturnedFrames.push_back(item.mFrameNumber);
+            const int32_t id = layer->layerId();
+            // Starved: the producer's next dequeue would wait (it may be waiting already).
+            if (id == dump.layerId) {
+                dump.starved = layer->queue()->hostCore()->hostDequeueWouldWait();
+                dump.bufferSize[0] = mBufferSizes[id][0];
+                dump.bufferSize[1] = mBufferSizes[id][1];
             }
-            std::sort(dumped.unreturnedFrames.begin(), dumped.unreturnedFrames.end());
-            dumped.withheldCallbacks = mCompositor.withheldCallbacks(layer->layerId());
-            dump.layers.push_back(dumped);
+            dump.layers.push_back(dumpedLayer(id, layer->queue().get()));
         }
-        for (const int32_t gone : mGoneLayers) {
-            Truth::DumpedLayer dumped;
-            dumped.layerId = gone;
-            dumped.withheldCallbacks = mCompositor.withheldCallbacks(gone);
-            if (!dumped.withheldCallbacks.empty()) dump.layers.push_back(dumped);
+        // A gone layer's queue lives on while a callback holds it (a lost completion's does,
+        // for ever): the record still lists it.
+        for (const auto& [id, weakQueue] : mGoneLayers) {
+            const android::sp<android::BLASTBufferQueue> queue = weakQueue.promote();
+            Truth::DumpedLayer dumped = dumpedLayer(id, queue.get());
+            dumped.alive = false;
+            dumped.recorded = queue != nullptr;
+            if (dumped.recorded || !dumped.withheldCallbacks.empty()) dump.layers.push_back(dumped);
         }
         mTruth.dumps.push_back(dump);
     }

@@ -16,14 +16,19 @@
 
 #pragma once
 
+#include <gui/BLASTBufferQueue.h>
 #include <gui/SurfaceComposerClient.h>
+#include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 #include <utils/Timers.h>
 
+#include <array>
 #include <functional>
+#include <map>
 #include <memory>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "compositor.h"
@@ -98,6 +103,8 @@ private:
     void catchDumps(const char* reason);
     void scheduleVsync(nsecs_t at);
     Truth::Layer* truthOf(int32_t layerId);
+    // What a dump must show of layer `id`, whose queue is `queue` (null: gone).
+    Truth::DumpedLayer dumpedLayer(int32_t id, android::BLASTBufferQueue* queue);
 
     const Options mOptions;
     const nsecs_t mFramePeriod;
@@ -108,10 +115,11 @@ private:
     android::sp<android::SurfaceComposerClient> mClient;
     Compositor mCompositor;
     std::vector<std::unique_ptr<Layer>> mLayers;
-    std::vector<int32_t> mGoneLayers;
+    std::vector<std::pair<int32_t, android::wp<android::BLASTBufferQueue>>> mGoneLayers;
     int mLayersMade = 0;
     LayerNames& mNames;
     Truth mTruth;
+    std::map<int32_t, std::array<int32_t, 2>> mBufferSizes;  // by layer: what its buffers must be
     size_t mDumpsSeen = 0;
 };
 
