@@ -28,9 +28,9 @@ target_compile_definitions(simulator_test PRIVATE
     TALVEX_SIMULATOR_PATH="${TALVEX_SIMULATOR_COMMAND}")
 
 # A campaign of random stories, each scored against what it did: no finding missed, none made up.
-# Fewer stories in the sanitizer builds, where each runs ten times slower; `make campaign` plays
-# ten thousand.
-if(TALVEX_SANITIZE)
+# Fewer stories in the sanitizer builds and under an emulator, where each runs ten times slower;
+# `make campaign` plays ten thousand.
+if(TALVEX_SANITIZE OR CMAKE_CROSSCOMPILING)
     set(TALVEX_CAMPAIGN_STORIES 60)
 else()
     set(TALVEX_CAMPAIGN_STORIES 300)
