@@ -57,18 +57,21 @@ void writeOne(const char* head, const char* text, size_t length) {
     }
 }
 
-// Thread ids as logged: the first thread to log gets the process id, the next ones follow.
+// Thread ids as logged: the first thread to log gets the process id, the next ones follow. The
+// map is never destroyed: the library's unload logs from a destructor that runs at exit, after
+// this file's statics would be gone.
 long stableTid() {
-    static std::mutex mutex;
-    static std::map<long, long> ids;
+    static std::mutex& mutex = *new std::mutex;
+    static std::map<long, long>& ids = *new std::map<long, long>;
     const long tid = static_cast<long>(syscall(SYS_gettid));
     std::lock_guard<std::mutex> lock(mutex);
     auto [it, added] = ids.emplace(tid, static_cast<long>(getpid()) + static_cast<long>(ids.size()));
     return it->second;
 }
 
-std::mutex gDumpsMutex;
-std::vector<std::string> gCoreDumps;  // guarded by gDumpsMutex
+// Never destroyed either, for the same reason.
+std::mutex& gDumpsMutex = *new std::mutex;
+std::vector<std::string>& gCoreDumps = *new std::vector<std::string>;  // guarded by gDumpsMutex
 
 // Notes a core dump's last line ("[<name>](id:...) dumpBbqStateDirectly end---").
 void noteCoreDump(const char* text) {
@@ -90,15 +93,15 @@ void writeLine(const struct __android_logger_data* data, const char* message) {
     gmtime_r(&seconds, &date);
     char stamp[32];
     strftime(stamp, sizeof(stamp), "%m-%d %H:%M:%S", &date);
+    // Once tags may be gone (unload), the line is the program's and no dump's.
+    const bool readTag = gReadTags && data->tag != nullptr;
     char head[256];
     snprintf(head, sizeof(head), "%s.%03ld %5d %5ld %c %s: ", stamp,
              static_cast<long>((now / 1000000) % 1000), getpid(), stableTid(),
              priorityLetter(data->priority),
-             !gReadTags ? program_invocation_short_name : (data->tag ? data->tag : ""));
+             readTag ? data->tag : (gReadTags ? "" : program_invocation_short_name));
     const char* text = message ? message : "";
-    if (data->tag != nullptr && strcmp(data->tag, "TalvexBufferQueueHelper") == 0) {
-        noteCoreDump(text);
-    }
+    if (readTag && strcmp(data->tag, "TalvexBufferQueueHelper") == 0) noteCoreDump(text);
     // A message's final newline ends its last line; it starts no empty one.
     do {
         const char* newline = strchr(text, '\n');
