@@ -29,6 +29,7 @@
 #include <fuzzer/FuzzedDataProvider.h>
 #include <gui/BLASTBufferQueue.h>
 #include <gui/BufferItemConsumer.h>
+#include <gui/BufferQueue.h>
 #include <gui/BufferQueueCore.h>
 #include <libgui_interface/hook/IBufferQueueHelper.h>
 #include <libgui_interface/hook/IFrameRecord.h>
@@ -209,8 +210,10 @@ void Run::limitSize() {
     const int updateRequested = mIn.ConsumeIntegralInRange<int>(0, 2);
     const bool on = mIn.ConsumeBool();
     android::base::SetProperty("debug.graphics.unsupport4K", on ? "1" : "0");
-    sp<android::BufferQueueCore> core(new android::BufferQueueCore());
-    sp<android::BufferItemConsumer> consumer(new android::BufferItemConsumer(core, 0));
+    sp<android::IGraphicBufferProducer> producer;
+    sp<android::IGraphicBufferConsumer> queueConsumer;
+    android::BufferQueue::createBufferQueue(&producer, &queueConsumer);
+    sp<android::BufferItemConsumer> consumer(new android::BufferItemConsumer(queueConsumer, 0));
     mW.helper->resetBBQRequestSize(
         requested, size, static_cast<android::ConsumerBase*>(consumer.get()), mode, updateRequested);
     const bool capped = on && mode == 1 && (asked[0] > 4000 || asked[1] > 4000);
@@ -428,6 +431,12 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
     }
     gWorld->queues[0] = talvex::test::makeBlastBufferQueue("fuzzA", 7);
     gWorld->queues[1] = talvex::test::makeBlastBufferQueue("fuzzB", 8);
+    // Made with a surface, each queue put its layer in the record and registered its core, as
+    // libgui's patch does; an input starts from neither, as the harness's model does.
+    for (int i = 0; i < 2; ++i) {
+        gWorld->record->clearFrameContent(7 + i, gWorld->queues[i].get());
+        gWorld->helper->clearRegisteredCallback(gWorld->queues[i]->hostCore().get());
+    }
     gWorld->compositor = new CountingCompositor();
     android::defaultServiceManager()->addService(android::String16("SurfaceFlinger"),
                                                  gWorld->compositor);

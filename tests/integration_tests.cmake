@@ -15,7 +15,8 @@
 
 # libgui's integration patch (integration/android14) and the host model that plays it: every run of
 # lines the patch adds must stand in the model.
+# The interpreter by path: a cross build would run an imported target under its emulator.
 find_package(Python3 REQUIRED COMPONENTS Interpreter)
 add_test(NAME patch_in_model
-    COMMAND Python3::Interpreter ${CMAKE_CURRENT_SOURCE_DIR}/patch_in_model_test.py
+    COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/patch_in_model_test.py
             ${PROJECT_SOURCE_DIR})
